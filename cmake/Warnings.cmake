@@ -1,0 +1,9 @@
+# One set of warnings, as errors, for GCC and clang.
+add_library(dhcp_warnings INTERFACE)
+target_compile_options(dhcp_warnings INTERFACE
+  -Wall -Wextra -Werror -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wundef -Wcast-qual -Wvla
+  -Wimplicit-fallthrough -Wmissing-declarations
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wextra-semi>
+  $<$<CXX_COMPILER_ID:GNU>:-Wlogical-op -Wduplicated-cond>
+  # The device's calls begin with two underscores; that is theirs to choose.
+  $<$<CXX_COMPILER_ID:Clang>:-Wno-reserved-identifier>)
