@@ -1,0 +1,96 @@
+/// What the command line asks of the switch: every configuration line and every readout, as plain values.
+///
+/// One object a process. Every call may come from any thread; the switch guards its own state. A configuration call
+/// that fails changes nothing and says why in words fit for the operator.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace dhcp::softswitch {
+
+/// Nothing = done; otherwise the reason.
+using Refusal = std::optional<std::string>;
+
+enum class PortMode { access, trunk };
+
+struct PortConfig {
+  uint32_t port = 0;            // from 1
+  std::string device;           // Linux interface, "" = none
+  PortMode mode = PortMode::access;
+  uint16_t access_vlan = 1;
+  uint16_t native_vlan = 1;     // of a trunk
+  std::vector<uint16_t> allowed; // of a trunk, ascending; empty = all
+  std::string description;
+};
+
+struct PortCounters {
+  uint64_t rx_frames = 0, rx_bytes = 0, tx_frames = 0, tx_bytes = 0;
+  uint64_t rx_filtered = 0;  // VLAN not a member, bad tag, runt
+  uint64_t rx_lost = 0;      // the kernel's ring was full
+  uint64_t tx_failed = 0;    // the kernel refused
+  uint64_t trapped = 0;      // redirected to the CPU by a chip rule
+};
+
+struct PortStatus {
+  PortConfig config;
+  bool up = false;  // device present and running
+  PortCounters counters;
+};
+
+struct VlanInterface {
+  uint16_t vlan = 0;
+  uint32_t ip = 0, mask = 0, gateway = 0;  // host order, 0 = none
+  std::string ip6;                         // "addr/len", "" = none
+};
+
+struct MacRow {
+  uint16_t vlan;
+  uint8_t mac[6];
+  uint32_t intf;
+  uint32_t age_s;
+};
+
+struct QueueCounters {
+  uint64_t posted = 0, dropped_full = 0, dropped_rate = 0;
+  uint32_t depth = 0, highest = 0, capacity = 0;
+};
+
+class SwitchControl {
+ public:
+  virtual ~SwitchControl() = default;
+
+  virtual uint32_t port_count() const = 0;  // physical ports, fixed for the life of the process
+  virtual Refusal set_device(uint32_t port, const std::string& ifname) = 0;  // "" = take the device away
+  virtual Refusal set_access_vlan(uint32_t port, uint16_t vlan) = 0;         // also makes it an access port
+  virtual Refusal set_trunk(uint32_t port, const std::vector<uint16_t>& allowed) = 0;  // also makes it a trunk
+  virtual Refusal set_native_vlan(uint32_t port, uint16_t vlan) = 0;
+  virtual Refusal set_description(uint32_t port, const std::string& text) = 0;
+  virtual PortStatus port(uint32_t port) const = 0;
+
+  virtual Refusal create_vlan(uint16_t vlan) = 0;  // VLANs also come into being with the first port or interface
+  virtual Refusal delete_vlan(uint16_t vlan) = 0;
+  virtual std::vector<uint16_t> vlans() const = 0;  // ascending
+
+  virtual Refusal create_vlan_interface(uint16_t vlan) = 0;  // eth0.<vlan> appears
+  virtual Refusal delete_vlan_interface(uint16_t vlan) = 0;
+  virtual Refusal set_ip(uint16_t vlan, uint32_t ip, uint32_t mask) = 0;  // 0, 0 = remove
+  virtual Refusal set_gateway(uint16_t vlan, uint32_t gateway) = 0;
+  virtual Refusal set_ip6(uint16_t vlan, const std::string& addr_slash_len) = 0;
+  virtual std::vector<VlanInterface> vlan_interfaces() const = 0;  // ascending
+
+  virtual Refusal set_mac_aging_time(uint32_t seconds) = 0;
+  virtual uint32_t mac_aging_time() const = 0;
+  virtual std::vector<MacRow> mac_table() const = 0;
+  virtual void clear_mac_table() = 0;
+
+  virtual QueueCounters event_queue() const = 0;
+  virtual std::string mac_address() const = 0;  // of eth0 and every eth0.<vlan>
+};
+
+/// The running switch; made by main() before the command line is.
+SwitchControl& switch_control();
+
+}  // namespace dhcp::softswitch
