@@ -1,0 +1,21 @@
+#include "base/os.h"
+
+#include <ctime>
+
+namespace dhcp::base {
+
+namespace {
+
+uint32_t wall_clock() { return static_cast<uint32_t>(time(nullptr)); }
+
+void sleep_for(uint32_t micros) {
+  timespec left{static_cast<time_t>(micros / 1000000), static_cast<long>(micros % 1000000) * 1000};
+  while (nanosleep(&left, &left) != 0) {
+  }
+}
+
+}  // namespace
+
+Os os{wall_clock, sleep_for};
+
+}  // namespace dhcp::base

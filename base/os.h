@@ -1,0 +1,19 @@
+/// Clock and sleep behind one seam: the module's only view of time. Tests replace the functions and never sleep.
+#pragma once
+
+#include <cstdint>
+
+namespace dhcp::base {
+
+struct Os {
+  uint32_t (*now)();                  // wall clock, seconds since the epoch
+  void (*sleep_us)(uint32_t micros);  // a cancellation point
+};
+
+/// The functions in force; replaced as a whole by tests, before any task runs.
+extern Os os;
+
+/// Seconds since the epoch, cut to 32 bits: differences are taken in unsigned arithmetic.
+inline uint32_t now32() { return os.now(); }
+
+}  // namespace dhcp::base
