@@ -1,5 +1,9 @@
 #include "base/os.h"
 
+#include <sys/socket.h>
+
+#include <sys/ioctl.h>
+
 #include <ctime>
 
 namespace dhcp::base {
@@ -16,6 +20,6 @@ void sleep_for(uint32_t micros) {
 
 }  // namespace
 
-Os os{wall_clock, sleep_for};
+Os os{wall_clock, sleep_for, ::socket};
 
 }  // namespace dhcp::base

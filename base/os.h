@@ -1,13 +1,18 @@
-/// Clock and sleep behind one seam: the module's only view of time. Tests replace the functions and never sleep.
+/// Clock, sleep and sockets behind one seam: the module's only view of time. Tests replace the functions and never
+/// sleep.
 #pragma once
 
 #include <cstdint>
 
+struct ifreq;
+
 namespace dhcp::base {
 
 struct Os {
-  uint32_t (*now)();                  // wall clock, seconds since the epoch
-  void (*sleep_us)(uint32_t micros);  // a cancellation point
+  uint32_t (*now)();                                                         // wall clock, seconds since the epoch
+  void (*sleep_us)(uint32_t micros);                                         // a cancellation point
+  int (*query_interface)(int socket, unsigned long request, ifreq* answer);  // ioctl() of the SIOCGIF... family
+  int (*socket)(int domain, int type, int protocol);
 };
 
 /// The functions in force; replaced as a whole by tests, before any task runs.

@@ -48,8 +48,8 @@ class TaskLoop {
 /// Brackets one cycle's work with the begin and end lines of the tasks.
 class CycleLines {
  public:
-  CycleLines() { Log_logging_func(7, module_task, "Task entry", "%s", task_begin_text); }
-  ~CycleLines() { Log_logging_func(7, module_task, "Task entry", "%s", task_end_text); }
+  CycleLines() { DHCP_LOG(module_task, "Task entry", "%s", task_begin_text); }
+  ~CycleLines() { DHCP_LOG(module_task, "Task entry", "%s", task_end_text); }
   CycleLines(const CycleLines&) = delete;
   CycleLines& operator=(const CycleLines&) = delete;
 

@@ -20,16 +20,16 @@ struct intf_order_list {
   struct intf_order_node *next, *prev;
 };
 
-struct intf_order_list *intf_order_list_init(void); /* null = no memory */
+struct intf_order_list* intf_order_list_init(void); /* null = no memory */
 /** Links the element in ascending order; -1 = that interface is already listed (the element stays the caller's). */
-int intf_order_list_add_node(struct intf_order_list *list, struct intf_order_node *node);
+int intf_order_list_add_node(struct intf_order_list* list, struct intf_order_node* node);
 /** Unlinks the element; does not free it. */
-int intf_order_list_del_node(struct intf_order_list *list, struct intf_order_node *node);
-struct intf_order_node *intf_order_list_search(struct intf_order_list *list, uint32_t ifindex);
+int intf_order_list_del_node(struct intf_order_list* list, struct intf_order_node* node);
+struct intf_order_node* intf_order_list_search(struct intf_order_list* list, uint32_t ifindex);
 /** Frees all elements and the list with free(). */
-void intf_order_list_free_node(struct intf_order_list *list);
+void intf_order_list_free_node(struct intf_order_list* list);
 /** Bit n of the 64 = port n, groups left out; returns the number of bits set. */
-int intf_order_list_change_to_bit_map(struct intf_order_list *list, uint32_t map[2]);
+int intf_order_list_change_to_bit_map(struct intf_order_list* list, uint32_t map[2]);
 
 PLATFORM_END
 

@@ -29,10 +29,10 @@ struct arp_entry {
 int ipsg_add_port(uint32_t intf);
 int ipsg_del_port(uint32_t intf);
 int ipsg_port_change_action(void);
-int add_port_ipsg_entry(const struct ipsg_entry *entry); /* -144 = source guard is not configured on the port */
-int del_port_ipsg_entry(const struct ipsg_entry *entry);
-int arp_add_entry_to_list(const struct arp_entry *entry);
-int arp_del_entry_to_list(const struct arp_entry *entry);
+int add_port_ipsg_entry(const struct ipsg_entry* entry); /* -144 = source guard is not configured on the port */
+int del_port_ipsg_entry(const struct ipsg_entry* entry);
+int arp_add_entry_to_list(const struct arp_entry* entry);
+int arp_del_entry_to_list(const struct arp_entry* entry);
 int sync_add_arp_check_entry(const uint8_t mac[6], uint32_t ip, uint32_t intf, int type);
 int sync_del_arp_check_entry(const uint8_t mac[6], uint32_t ip, uint32_t intf);
 int sync_add_igsp_entry(const uint8_t mac[6], uint32_t ip, uint32_t intf, int vlan, int lease);

@@ -10,10 +10,10 @@ PLATFORM_BEGIN
 
 /** One row of a task table: 15 words where a pointer is four bytes. `tid` 0xFFFFFFFF = not running. */
 struct ModuleTaskEntry {
-  const char *name;
+  const char* name;
   uint32_t tid;                              /* written by the service: an id when started, 0xFFFFFFFF when stopped */
   int (*init)(void);                         /* called by the service before entry */
-  int (*entry)(struct ModuleTaskEntry *row); /* the task's body, run on a thread of its own */
+  int (*entry)(struct ModuleTaskEntry* row); /* the task's body, run on a thread of its own */
   uint32_t w5;                               /* 0x01000000, the service's own */
   uint32_t w6[5];                            /* 0 */
   uint32_t w7;                               /* 1, the service's own */
@@ -24,13 +24,13 @@ struct ModuleTaskEntry {
 
 /** Calls init(), starts a thread with entry(row), writes tid; waits for the task's notice or the return of entry.
     `flag` is 0. A negative result means that the task was not started (tid stays 0xFFFFFFFF). */
-int stask_start(struct ModuleTaskEntry *row, int flag);
+int stask_start(struct ModuleTaskEntry* row, int flag);
 
 /** Deferred cancel, then join; tid becomes 0xFFFFFFFF. The caller must not hold a lock that the task waits for. */
-int stask_stop(struct ModuleTaskEntry *row);
+int stask_stop(struct ModuleTaskEntry* row);
 
 /** Called by the task itself once it is ready (result 0) or has failed to become so (negative). */
-int stask_notify_creater(struct ModuleTaskEntry *row, int result);
+int stask_notify_creater(struct ModuleTaskEntry* row, int result);
 
 PLATFORM_END
 

@@ -20,12 +20,12 @@ DHCP_API int dhcp_module_list(void);
 DHCP_API int notice_port_change_to_dhcp(const uint32_t ports[24]);
 
 /** Dotted text of a host-order IPv4 address, in a buffer of the calling thread's. */
-DHCP_API char *util_ip2str(uint32_t addr);
+DHCP_API char* util_ip2str(uint32_t addr);
 
 /* The dispatch task's own functions, run by the task service. */
 DHCP_API int dhcpr_task_init(void);
-DHCP_API int dhcpr_task_entry(struct ModuleTaskEntry *row);
-DHCP_API void routine_cleanup_dhcp(void *queue);
+DHCP_API int dhcpr_task_entry(struct ModuleTaskEntry* row);
+DHCP_API void routine_cleanup_dhcp(void* queue);
 
 DHCP_END
 

@@ -37,15 +37,15 @@ struct DhcpPoolList {
 
 /** The server's one record. */
 struct DhcpServerConfig {
-  dhcp_flag enable; /* set only by dhcp_server_start_stop() */
-  dhcp_int sock;    /* UDP port 67, -1 when closed */
+  dhcp_flag enable;                /* set only by dhcp_server_start_stop() */
+  dhcp_int sock;                   /* UDP port 67, -1 when closed */
   struct DhcpServerList pools;     /* DhcpPool, at most 10 */
   struct DhcpServerList bindings;  /* DhcpBinding, at most 500 */
   struct DhcpServerList conflicts; /* DhcpConflictIp */
   struct DhcpServerList excludes;  /* DhcpExcludeRange, for all pools */
   int32_t port_count;
-  dhcp_word port_users;            /* senders on `ports`; 255 = being changed */
-  struct intf_order_list *ports;   /* where broadcast replies go out */
+  dhcp_word port_users;          /* senders on `ports`; 255 = being changed */
+  struct intf_order_list* ports; /* where broadcast replies go out */
 };
 
 struct DhcpPool {
@@ -54,9 +54,9 @@ struct DhcpPool {
   uint32_t network, netmask; /* both 0 = no network: matches nothing */
   uint32_t start_ip, end_ip; /* first and last address to hand out */
   uint32_t lease;            /* seconds; 0xFFFFFFFF = infinite; 0 until set */
-  char *domain_name;         /* null, or 256 bytes */
-  char *server_name;         /* null, or 65 bytes */
-  char *boot_file;           /* null, or 129 bytes */
+  char* domain_name;         /* null, or 256 bytes */
+  char* server_name;         /* null, or 65 bytes */
+  char* boot_file;           /* null, or 129 bytes */
   uint16_t boot_file_size;   /* 512-octet blocks (RFC 2132 section 3.15); 0 suppresses the option */
   int32_t binding_count;
   struct DhcpPoolList options;     /* DhcpPoolOption */
@@ -122,7 +122,7 @@ DHCP_API void dhcp_server_close_socket(void);
 DHCP_API int dhcp_server_mutex_lock_func(void);
 DHCP_API int dhcp_server_mutex_unlock_func(void);
 DHCP_API int dhcps_task_init(void);
-DHCP_API int dhcps_task_entry(struct ModuleTaskEntry *row);
+DHCP_API int dhcps_task_entry(struct ModuleTaskEntry* row);
 
 /* Configuration. */
 DHCP_API int dhcp_server_create_pool_entry(uint32_t pool_id);
@@ -132,72 +132,72 @@ DHCP_API int dhcp_server_set_pool_network(uint32_t pool_id, uint32_t network, ui
 DHCP_API int dhcp_server_del_pool_network(uint32_t pool_id);
 DHCP_API int dhcp_server_set_pool_lease(uint32_t pool_id, uint32_t seconds);
 /** `value` always points at 312 bytes; `len` of them are sent. */
-DHCP_API int dhcp_server_set_pool_option(uint32_t pool_id, uint8_t code, uint8_t len, const uint8_t *value,
+DHCP_API int dhcp_server_set_pool_option(uint32_t pool_id, uint8_t code, uint8_t len, const uint8_t* value,
                                          uint8_t type);
 DHCP_API int dhcp_server_del_pool_option(uint32_t pool_id, uint8_t code);
 DHCP_API int dhcp_server_set_exclude_ip(uint32_t start_ip, uint32_t end_ip);
 DHCP_API int dhcp_server_del_exclude_ip(uint32_t start_ip, uint32_t end_ip);
 DHCP_API int dhcp_server_set_static_host(uint32_t pool_id, const uint8_t mac[6], uint32_t ip);
 DHCP_API int dhcp_server_del_static_host(uint32_t pool_id, const uint8_t mac[6]);
-DHCP_API int dhcp_server_set_router(uint32_t pool_id, const uint32_t *ips, int count);
+DHCP_API int dhcp_server_set_router(uint32_t pool_id, const uint32_t* ips, int count);
 DHCP_API int dhcp_server_del_router(uint32_t pool_id);
-DHCP_API int dhcp_server_set_dns_srv(uint32_t pool_id, const uint32_t *ips, int count);
+DHCP_API int dhcp_server_set_dns_srv(uint32_t pool_id, const uint32_t* ips, int count);
 DHCP_API int dhcp_server_del_dns_srv(uint32_t pool_id);
-DHCP_API int dhcp_server_set_tftp_server(uint32_t pool_id, const char *name);
+DHCP_API int dhcp_server_set_tftp_server(uint32_t pool_id, const char* name);
 DHCP_API int dhcp_server_del_tftp_server(uint32_t pool_id);
-DHCP_API int dhcp_server_set_boot_file_name(uint32_t pool_id, const char *name);
+DHCP_API int dhcp_server_set_boot_file_name(uint32_t pool_id, const char* name);
 DHCP_API int dhcp_server_del_boot_file_name(uint32_t pool_id);
 DHCP_API int dhcp_server_set_boot_file_size(uint32_t pool_id, int size);
-DHCP_API int dhcp_server_set_domain_name(uint32_t pool_id, const char *name);
+DHCP_API int dhcp_server_set_domain_name(uint32_t pool_id, const char* name);
 DHCP_API int dhcp_server_del_domain_name(uint32_t pool_id);
 
 /* Lookups; the caller holds the lock. Null = none. */
-DHCP_API struct DhcpPool *dhcp_get_pool_by_id(uint32_t pool_id);
-DHCP_API struct DhcpPool *dhcp_get_pool_by_network(uint32_t network);
-DHCP_API struct DhcpPool *dhcp_get_pool_by_netmask(uint32_t netmask);
-DHCP_API struct DhcpPool *dhcp_get_pool_by_router(uint32_t router, uint32_t pool_id);
-DHCP_API struct DhcpPool *dhcp_get_pool_entry(struct skpack *skp);
-DHCP_API struct DhcpPoolOption *dhcp_get_pool_option(struct DhcpListHead *options, int code);
-DHCP_API struct DhcpExcludeRange *dhcp_get_exclude_ip(struct DhcpListHead *excludes, uint32_t start_ip,
+DHCP_API struct DhcpPool* dhcp_get_pool_by_id(uint32_t pool_id);
+DHCP_API struct DhcpPool* dhcp_get_pool_by_network(uint32_t network);
+DHCP_API struct DhcpPool* dhcp_get_pool_by_netmask(uint32_t netmask);
+DHCP_API struct DhcpPool* dhcp_get_pool_by_router(uint32_t router, uint32_t pool_id);
+DHCP_API struct DhcpPool* dhcp_get_pool_entry(struct skpack* skp);
+DHCP_API struct DhcpPoolOption* dhcp_get_pool_option(struct DhcpListHead* options, int code);
+DHCP_API struct DhcpExcludeRange* dhcp_get_exclude_ip(struct DhcpListHead* excludes, uint32_t start_ip,
                                                       uint32_t end_ip);
-DHCP_API struct DhcpConflictIp *dhcp_get_conflict_ip(struct DhcpListHead *conflicts, uint32_t ip);
-DHCP_API struct DhcpStaticHost *dhcp_get_static_host(struct DhcpPool *pool, const uint8_t mac[6]);
-DHCP_API struct DhcpStaticHost *dhcp_get_static_host_by_ip(struct DhcpPool *pool, uint32_t ip);
+DHCP_API struct DhcpConflictIp* dhcp_get_conflict_ip(struct DhcpListHead* conflicts, uint32_t ip);
+DHCP_API struct DhcpStaticHost* dhcp_get_static_host(struct DhcpPool* pool, const uint8_t mac[6]);
+DHCP_API struct DhcpStaticHost* dhcp_get_static_host_by_ip(struct DhcpPool* pool, uint32_t ip);
 
 /* Addresses, bindings, conflicts; the caller holds the lock. */
-DHCP_API int dhcp_get_nic_addr(int vid, uint32_t *ip_out, uint8_t *mac_out); /* address in host order */
-DHCP_API uint32_t dhcp_select_ip_addr(struct DhcpPool *pool, struct DhcpStaticHost *host, uint32_t requested);
-DHCP_API struct DhcpBinding *dhcp_add_binding(struct skpack *skp, struct DhcpPool *pool, uint32_t ip);
-DHCP_API struct DhcpBinding *dhcp_get_binding(struct skpack *skp, uint32_t pool_id, uint32_t ip);
-DHCP_API int dhcp_delete_binding(struct DhcpBinding *binding, struct DhcpPool *pool);
-DHCP_API int dhcp_delete_pool_ref_binding(struct DhcpPool *pool);
-DHCP_API int dhcp_delete_out_range_binding(struct DhcpPool *pool);
+DHCP_API int dhcp_get_nic_addr(int vid, uint32_t* ip_out, uint8_t* mac_out); /* address in host order */
+DHCP_API uint32_t dhcp_select_ip_addr(struct DhcpPool* pool, struct DhcpStaticHost* host, uint32_t requested);
+DHCP_API struct DhcpBinding* dhcp_add_binding(struct skpack* skp, struct DhcpPool* pool, uint32_t ip);
+DHCP_API struct DhcpBinding* dhcp_get_binding(struct skpack* skp, uint32_t pool_id, uint32_t ip);
+DHCP_API int dhcp_delete_binding(struct DhcpBinding* binding, struct DhcpPool* pool);
+DHCP_API int dhcp_delete_pool_ref_binding(struct DhcpPool* pool);
+DHCP_API int dhcp_delete_out_range_binding(struct DhcpPool* pool);
 DHCP_API int dhcp_add_conflict_ip(uint32_t ip);
 DHCP_API void dhcps_binding_expire_timeout(void);
 DHCP_API void dhcps_conflict_expire_timeout(void);
 
 /* Messages. */
-DHCP_API int dhcp_server_packet_process(struct skpack *skp); /* 0 handled, -1 ignored */
-DHCP_API uint8_t *dhcp_get_option(struct skpack *skp, int code, int *len_out);
-DHCP_API int dhcp_add_option(uint8_t *msg, int options_len, int code, int len, const void *value);
-DHCP_API int dhcp_init_packet(uint8_t *reply, const uint8_t *request, int vid, int type);
-DHCP_API int dhcp_add_param_list_option(struct DhcpPool *pool, uint8_t *reply, int options_len, struct skpack *skp);
-DHCP_API int dhcp_send_offer(struct skpack *skp, struct DhcpPool *pool, uint32_t ip);
-DHCP_API int dhcp_send_ack(struct skpack *skp, struct DhcpPool *pool, uint32_t ip);
-DHCP_API int dhcp_send_nack(struct skpack *skp);
-DHCP_API int dhcp_send_packet(int vid, uint8_t *buf, int options_len, int force_broadcast, struct skpack *request);
+DHCP_API int dhcp_server_packet_process(struct skpack* skp); /* 0 handled, -1 ignored */
+DHCP_API uint8_t* dhcp_get_option(struct skpack* skp, int code, int* len_out);
+DHCP_API int dhcp_add_option(uint8_t* msg, int options_len, int code, int len, const void* value);
+DHCP_API int dhcp_init_packet(uint8_t* reply, const uint8_t* request, int vid, int type);
+DHCP_API int dhcp_add_param_list_option(struct DhcpPool* pool, uint8_t* reply, int options_len, struct skpack* skp);
+DHCP_API int dhcp_send_offer(struct skpack* skp, struct DhcpPool* pool, uint32_t ip);
+DHCP_API int dhcp_send_ack(struct skpack* skp, struct DhcpPool* pool, uint32_t ip);
+DHCP_API int dhcp_send_nack(struct skpack* skp);
+DHCP_API int dhcp_send_packet(int vid, uint8_t* buf, int options_len, int force_broadcast, struct skpack* request);
 
 /* Display: each writes a text file whose name get_tmp_file_name(0, path, a, b) gives, and returns the length of the
    path + 1, or -1 when the file cannot be opened. */
-DHCP_API int show_dhcp_server_conf(char *path, int a, int b);
-DHCP_API int show_dhcp_server_conf_pool(char *path, int pool_id, int b);
-DHCP_API int show_dhcp_server_binding(char *path, int a, int b);
-DHCP_API int show_dhcp_server_conflict(char *path, int a, int b);
-DHCP_API int show_dhcp_server_exclude(char *path, int a, int b);
-DHCP_API int show_dhcp_server_host(char *path, int a, int b);
+DHCP_API int show_dhcp_server_conf(char* path, int a, int b);
+DHCP_API int show_dhcp_server_conf_pool(char* path, int pool_id, int b);
+DHCP_API int show_dhcp_server_binding(char* path, int a, int b);
+DHCP_API int show_dhcp_server_conflict(char* path, int a, int b);
+DHCP_API int show_dhcp_server_exclude(char* path, int a, int b);
+DHCP_API int show_dhcp_server_host(char* path, int a, int b);
 
 /** Appends the configuration as command lines. */
-DHCP_API int onu_dhcp_server_save(FILE *stream);
+DHCP_API int onu_dhcp_server_save(FILE* stream);
 DHCP_API int dhcp_server_clear_binding(uint32_t ip);  /* 0 = all */
 DHCP_API int dhcp_server_clear_conflict(uint32_t ip); /* 0 = all */
 

@@ -1,0 +1,86 @@
+/// The dispatcher: what a frame passes, stage by stage, and what becomes of the other events.
+#include <array>
+#include <cstdio>
+
+#include "base/log.h"
+#include "base/services.h"
+#include "dhcp/server.h"
+#include "module/module.h"
+#include "packet/bytes.h"
+#include "platform/adp.h"
+
+namespace dhcp::module {
+
+namespace {
+
+/// What a stage's answer means for the stages after it.
+enum class Answer {
+  ignored,   // the frame goes on
+  consumes,  // a non-zero answer ends the walk
+};
+
+/// One service on the way of a frame.
+struct Stage {
+  bool (*on)();
+  const char* name;
+  const char* receive_text;
+  int (*process)(skpack*);
+  Answer answer;
+};
+
+constexpr std::array ipv4_stages{
+    Stage{base::server_on, "DHCP Server", "DHCP Server receive packet\n", dhcp_server_packet_process, Answer::ignored},
+};
+
+constexpr std::array<Stage, 0> ipv6_stages{};
+
+void walk(std::span<const Stage> stages, skpack* skp) {
+  for (const Stage& stage : stages) {
+    if (!stage.on()) continue;
+    DHCP_LOG(base::module_service, stage.name, "%s", stage.receive_text);
+    const int result = stage.process(skp);
+    if (stage.answer == Answer::consumes && result != 0) return;
+  }
+}
+
+/// A frame is released here and nowhere else.
+void frame_received(std::span<const Stage> stages, skpack* skp) {
+  if (skp == nullptr) return;
+  if (__adp_receive_frame(skp, 1) >= 0) walk(stages, skp);
+  skpack_release(skp);
+}
+
+void ports_changed(DhcpEvent& event) {
+  std::array<uint32_t, port_change_words> ports{};
+  if (event.len == port_change_size && event.data != nullptr) {
+    const auto* wire = static_cast<const uint8_t*>(event.data);
+    for (size_t i = 0; i < ports.size(); ++i) ports[i] = packet::load_be32(wire + 4 * i);
+    notice_port_change_to_dhcp(ports.data());
+  }
+  equeue_proc_finished_data(&event);
+}
+
+void nothing_received(const DhcpEvent& event) {
+  fprintf(stderr, "p=%d, t=%ld, i=%ld \r\n", event.p, static_cast<long>(static_cast<int32_t>(event.type)),
+          static_cast<long>(event.i));
+}
+
+void unknown_received(const DhcpEvent& event) {
+  const long type = static_cast<int32_t>(event.type);
+  DHCP_LOG_AT(base::module_frame, "dhcpc", "unknown evnet3! %ld\r\n", type);
+  fprintf(stderr, "unknown evnet3! %ld\r\n", type);
+}
+
+}  // namespace
+
+void dispatch(DhcpEvent& event) {
+  switch (event.type) {
+    case event_ipv4_frame: return frame_received(ipv4_stages, static_cast<skpack*>(event.data));
+    case event_ipv6_frame: return frame_received(ipv6_stages, static_cast<skpack*>(event.data));
+    case event_port_change: return ports_changed(event);
+    case event_none: return nothing_received(event);
+    default: return unknown_received(event);
+  }
+}
+
+}  // namespace dhcp::module

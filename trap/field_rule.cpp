@@ -1,0 +1,34 @@
+#include "trap/field_rule.h"
+
+#include <array>
+
+#include "platform/adp.h"
+
+namespace dhcp::trap {
+
+namespace {
+
+constexpr int qualify_in_ports = 13, qualify_udp_destination = 28;
+constexpr int action_to_cpu = 30, action_cpu_queue = 2;
+constexpr uint32_t cpu_queue = 2;
+
+}  // namespace
+
+int install_cpu_rule(uint32_t group, uint32_t rule, uint16_t udp_port) {
+  // Every port but bit 0, which is no port.
+  constexpr std::array<uint32_t, 8> all_ports{0xfffffffe, 0xffffffff};
+  constexpr std::array<uint32_t, 8> whole_map{0xffffffff, 0xffffffff, 0xffffffff, 0xffffffff,
+                                              0xffffffff, 0xffffffff, 0xffffffff, 0xffffffff};
+  constexpr uint16_t whole_port = 0xffff;
+
+  adp_fp_entity entity{};
+  const bool built = adp_fp_add_entity_action(&entity, action_to_cpu, 0) >= 0 &&
+                     adp_fp_add_entity_action(&entity, action_cpu_queue, cpu_queue) >= 0 &&
+                     adp_fp_add_entity_qualify(&entity, qualify_in_ports, all_ports.data(), whole_map.data(),
+                                               static_cast<int>(sizeof all_ports)) >= 0 &&
+                     adp_fp_add_entity_qualify(&entity, qualify_udp_destination, &udp_port, &whole_port,
+                                               static_cast<int>(sizeof udp_port)) >= 0;
+  return built && adp_fp_add_entity_rule(group, rule, &entity) >= 0 ? 0 : -1;
+}
+
+}  // namespace dhcp::trap
