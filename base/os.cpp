@@ -1,8 +1,7 @@
 #include "base/os.h"
 
-#include <sys/socket.h>
-
 #include <sys/ioctl.h>
+#include <sys/socket.h>
 
 #include <ctime>
 
@@ -18,8 +17,10 @@ void sleep_for(uint32_t micros) {
   }
 }
 
+int ask_kernel(int socket, unsigned long request, ifreq* answer) { return ioctl(socket, request, answer); }
+
 }  // namespace
 
-Os os{wall_clock, sleep_for, ::socket};
+Os os{wall_clock, sleep_for, ask_kernel, ::socket};
 
 }  // namespace dhcp::base

@@ -1,5 +1,5 @@
-/// Clock, sleep and sockets behind one seam: the module's only view of time. Tests replace the functions and never
-/// sleep.
+/// Clock, sleep, sockets and interface queries behind one seam: the module's only view of time and of the device's own
+/// addresses. Tests replace the functions and never sleep.
 #pragma once
 
 #include <cstdint>

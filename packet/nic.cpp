@@ -10,12 +10,15 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/os.h"
 #include "dhcp/packet.h"
 
 namespace {
 
+namespace base = dhcp::base;
+
 bool query_ip(int socket, ifreq& request, uint32_t& ip_out) {
-  if (ioctl(socket, SIOCGIFADDR, &request) != 0) {
+  if (base::os.query_interface(socket, SIOCGIFADDR, &request) != 0) {
     ip_out = 0;
     printf("%s\r\n ioctl getip failed!\r\n", strerror(errno));
     return false;
@@ -27,7 +30,7 @@ bool query_ip(int socket, ifreq& request, uint32_t& ip_out) {
 }
 
 bool query_mac(int socket, ifreq& request, uint8_t* mac_out) {
-  if (ioctl(socket, SIOCGIFHWADDR, &request) != 0) {
+  if (base::os.query_interface(socket, SIOCGIFHWADDR, &request) != 0) {
     printf("%s\r\n ioctl getmac failed!\r\n", strerror(errno));
     return false;
   }
