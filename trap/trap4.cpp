@@ -2,7 +2,6 @@
 /// be seen and counted.
 #include <atomic>
 
-#include "packet/layout.h"
 #include "platform/adp.h"
 #include "trap/field_rule.h"
 #include "trap/trap.h"
@@ -12,6 +11,7 @@ namespace dhcp::trap {
 namespace {
 
 constexpr uint32_t group = 10, client_rule = 1, server_rule = 0;
+constexpr uint16_t server_port = 67, client_port = 68;  // UDP destinations (RFC 2131 section 4.1)
 
 std::atomic<bool> installed{false};
 
@@ -21,8 +21,8 @@ void remove_rules() {
 }
 
 int install_rules() {
-  if (install_cpu_rule(group, client_rule, packet::udp::port_client) == 0 &&
-      install_cpu_rule(group, server_rule, packet::udp::port_server) == 0) {
+  if (install_cpu_rule(group, client_rule, client_port) == 0 &&
+      install_cpu_rule(group, server_rule, server_port) == 0) {
     return 0;
   }
   remove_rules();
