@@ -1,0 +1,40 @@
+/// Records on a counted list: made by new, linked at the head, counted, poisoned and freed in one place.
+#pragma once
+
+#include <memory>
+#include <new>
+
+#include "base/list.h"
+#include "dhcp/server.h"
+
+namespace dhcp::server {
+
+/// Puts a record made by new at the head; from here on the list owns it. `List` is DhcpServerList or DhcpPoolList.
+template <class List, class Record>
+void link_record(List& list, Record* record) {
+  base::list_add_head(list.head, record->link);
+  ++list.count;
+}
+
+template <class List, class Record>
+void free_record(List& list, Record* record) {
+  base::list_unlink(record->link);
+  --list.count;
+  delete record;
+}
+
+template <class Record, class List>
+void free_records(List& list) {
+  for (Record& record : base::Records<Record>(list.head)) free_record(list, &record);
+}
+
+/// The first record, newest first, that `matches` accepts; null = none.
+template <class Record, class Match>
+Record* find_record(const DhcpListHead& head, Match matches) {
+  for (Record& record : base::Records<Record>(head)) {
+    if (matches(record)) return &record;
+  }
+  return nullptr;
+}
+
+}  // namespace dhcp::server
