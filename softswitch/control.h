@@ -58,6 +58,12 @@ struct QueueCounters {
   uint32_t depth = 0, highest = 0, capacity = 0;
 };
 
+struct TaskRow {
+  std::string name;
+  uint32_t id = 0;  // as the task service wrote it
+  int32_t pid = 0;  // of the task's thread
+};
+
 class SwitchControl {
  public:
   virtual ~SwitchControl() = default;
@@ -87,6 +93,7 @@ class SwitchControl {
   virtual void clear_mac_table() = 0;
 
   virtual QueueCounters event_queue() const = 0;
+  virtual std::vector<TaskRow> tasks() const { return {}; }  // those that run, in the order of their start
   virtual std::string mac_address() const = 0;  // of eth0 and every eth0.<vlan>
 };
 

@@ -1,0 +1,47 @@
+#include "softswitch/cli/form.h"
+
+namespace dhcp::softswitch::cli {
+namespace {
+
+FormWord form_word(std::string_view text) {
+  FormWord word;
+  if (text.front() == '[') {
+    word.may_end_before = true;
+    text.remove_prefix(1);
+  }
+  while (text.back() == ']') text.remove_suffix(1);
+  if (text.ends_with("...")) {
+    word.repeats = true;
+    text.remove_suffix(3);
+  }
+  word.place = find_placeholder(text);
+  if (word.place == nullptr) word.keyword = text;
+  return word;
+}
+
+Form take_apart(const Command& command, std::string_view form, bool undo) {
+  Form out{&command, undo, {}};
+  if (undo) out.words.push_back({"no", nullptr, false, false});
+  for (const Word& word : split_words(form)) out.words.push_back(form_word(word.text));
+  return out;
+}
+
+std::vector<Form> collect(Mode mode) {
+  std::vector<Form> forms;
+  for (const Command& command : commands()) {
+    if ((command.modes & in(mode)) == 0) continue;
+    forms.push_back(take_apart(command, command.form, false));
+    if (!command.no_form.empty()) forms.push_back(take_apart(command, command.no_form, true));
+  }
+  return forms;
+}
+
+}  // namespace
+
+const std::vector<Form>& forms_of(Mode mode) {
+  static const std::vector<Form> forms[] = {collect(Mode::exec), collect(Mode::configure), collect(Mode::port),
+                                            collect(Mode::vlan_interface), collect(Mode::pool)};
+  return forms[static_cast<size_t>(mode)];
+}
+
+}  // namespace dhcp::softswitch::cli

@@ -1,0 +1,89 @@
+#include "softswitch/cli/running_config.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "dhcp/server.h"
+#include "softswitch/cli/output.h"
+#include "softswitch/cli/settings.h"
+#include "softswitch/cli/words.h"
+#include "softswitch/control.h"
+
+namespace dhcp::softswitch::cli {
+namespace {
+
+constexpr char separator[] = "!\n";
+constexpr uint32_t default_aging_time_s = 300;
+constexpr uint16_t default_vlan = 1;
+
+std::string global_lines(const SwitchControl& device) {
+  std::string text = "hostname " + hostname() + "\n";
+  auto vlans = device.vlans();
+  std::erase(vlans, default_vlan);
+  if (!vlans.empty()) text += "vlan " + vlan_list_text(vlans) + "\n";
+  if (device.mac_aging_time() != default_aging_time_s) {
+    text += format("mac address-table aging-time %u\n", device.mac_aging_time());
+  }
+  return text;
+}
+
+/// The access VLAN comes first: it makes an access port, which the trunk line then changes.
+std::string port_lines(const PortConfig& port) {
+  std::string text;
+  if (!port.description.empty()) text += " description " + port.description + "\n";
+  if (!port.device.empty()) text += " device " + port.device + "\n";
+  if (port.access_vlan != default_vlan) text += format(" switchport access vlan %u\n", port.access_vlan);
+  if (port.mode == PortMode::trunk) text += " switchport trunk allowed vlan " + vlan_list_text(port.allowed) + "\n";
+  if (port.native_vlan != default_vlan) text += format(" switchport trunk native vlan %u\n", port.native_vlan);
+  if (text.empty()) return text;
+  return format("interface gigabitethernet %u\n", port.port) + text + separator;
+}
+
+std::string vlan_interface_lines(const VlanInterface& row) {
+  std::string text = format("interface vlan %u\n", row.vlan);
+  if (row.ip != 0) text += " ip address " + dotted(row.ip) + " " + dotted(row.mask) + "\n";
+  if (row.gateway != 0) text += " ip gateway " + dotted(row.gateway) + "\n";
+  if (!row.ip6.empty()) text += " ipv6 address " + row.ip6 + "\n";
+  return text + separator;
+}
+
+std::string without_carriage_returns(std::string text) {
+  std::erase(text, '\r');
+  return text;
+}
+
+/// What the module saves, between "!" lines at its blocks' ends.
+std::string module_lines() {
+  char* saved = nullptr;
+  size_t size = 0;
+  FILE* stream = open_memstream(&saved, &size);
+  if (stream == nullptr) return {};
+  onu_dhcp_server_save(stream);
+  std::fclose(stream);
+  std::string text = without_carriage_returns(std::string(saved, size));
+  std::free(saved);
+  return text.empty() ? text : text + separator;
+}
+
+}  // namespace
+
+std::string running_config() {
+  const SwitchControl& device = switch_control();
+  std::string text = separator + global_lines(device) + separator;
+  for (uint32_t port = 1; port <= device.port_count(); ++port) text += port_lines(device.port(port).config);
+  for (const VlanInterface& row : device.vlan_interfaces()) text += vlan_interface_lines(row);
+  return text + module_lines() + "end\n";
+}
+
+std::optional<std::string> read_file(const std::string& path) {
+  const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "re"), std::fclose);
+  if (file == nullptr) return {};
+  std::string text;
+  char block[4096];
+  for (size_t got; (got = std::fread(block, 1, sizeof block, file.get())) > 0;) text.append(block, got);
+  if (std::ferror(file.get()) != 0) return {};
+  return without_carriage_returns(std::move(text));
+}
+
+}  // namespace dhcp::softswitch::cli

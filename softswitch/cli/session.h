@@ -1,0 +1,56 @@
+/// One operator at the command line, or one file being read: where he stands and what he is told.
+///
+/// Every way in -- terminal, batch, script, configuration file -- goes through Session::run(). One command runs at a
+/// time in the whole process (a lock inside run()), so handlers need none of their own.
+#pragma once
+
+#include "softswitch/cli/match.h"
+#include "softswitch/cli/output.h"
+
+namespace dhcp::softswitch::cli {
+
+struct Reply {
+  static constexpr size_t no_column = static_cast<size_t>(-1);
+  bool accepted = true;
+  std::string text;    // what the command shows
+  std::string reason;  // when refused
+  size_t column = no_column;
+};
+
+class Session {
+ public:
+  explicit Session(Mode mode = Mode::exec) : mode_(mode) {}
+
+  Reply run(std::string_view line);
+  std::vector<Choice> choices(std::string_view line) const;
+
+  Mode mode() const { return mode_; }
+  std::string mode_text() const;  // "config-if", "" in exec mode
+  bool ended() const { return ended_; }
+  uint32_t page_length() const { return page_length_; }
+  void set_page_length(uint32_t lines) { page_length_ = lines; }
+
+  // For handlers.
+  void say(std::string_view text) { output_ += text; }
+  void enter(Mode mode, uint32_t target = 0) { mode_ = mode, target_ = target; }
+  uint32_t target() const { return target_; }  // port, VLAN or pool being configured
+  void end_session() { ended_ = true; }
+  /// Runs an exec line without leaving the mode. On a fault the offset counts from the beginning of `line`.
+  Outcome run_in_exec(std::string_view line);
+
+ private:
+  struct Found;
+  Found find(std::string_view command) const;
+  Reply run_locked(std::string_view line);
+
+  Mode mode_;
+  uint32_t target_ = 0;
+  uint32_t page_length_ = 0;  // 0 = no paging
+  bool ended_ = false;
+  std::string output_;
+};
+
+/// The line, and a caret under the column of the fault, for those who do not see the prompt it was typed at.
+std::string mark(std::string_view line, const Reply& reply);
+
+}  // namespace dhcp::softswitch::cli

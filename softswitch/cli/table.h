@@ -1,0 +1,70 @@
+/// The command table: the one source of what can be typed, of the `no` forms, of `?`, and of the reference.
+///
+/// A row's form is a line of keywords and placeholders (words.h). "[...]" encloses what may be left out at the end and
+/// "..." after a placeholder lets it repeat. Rows are constant; nothing here needs a lock.
+#pragma once
+
+#include <cstdarg>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "softswitch/cli/words.h"
+#include "softswitch/control.h"
+
+namespace dhcp::softswitch::cli {
+
+enum class Mode : uint8_t { exec, configure, port, vlan_interface, pool };
+constexpr Mode all_modes[] = {Mode::exec, Mode::configure, Mode::port, Mode::vlan_interface, Mode::pool};
+
+/// A set of modes.
+using Modes = unsigned;
+constexpr Modes in(Mode mode) { return 1U << static_cast<unsigned>(mode); }
+constexpr Modes in_configuration = in(Mode::configure) | in(Mode::port) | in(Mode::vlan_interface) | in(Mode::pool);
+constexpr Modes everywhere = in(Mode::exec) | in_configuration;
+
+/// Why a line was refused. `arg` is the value to put the caret under, -1 = none in particular; `offset` counts from
+/// the beginning of that value.
+struct Fault {
+  std::string reason;
+  int arg = -1;
+  size_t offset = 0;
+};
+using Outcome = std::optional<Fault>;  // nothing = done
+
+inline Outcome outcome(const Refusal& refusal) {
+  if (!refusal) return {};
+  return Fault{*refusal};
+}
+
+class Session;
+using Args = std::vector<Value>;
+using Run = Outcome (*)(Session& session, const Args& args);
+
+struct Command {
+  Modes modes = 0;
+  std::string_view form;
+  std::string_view help;
+  Run run = nullptr;
+  std::string_view example;       // a line of this form that fits the examples before it
+  std::string_view no_form = {};  // without its leading "no"; "" = there is none
+  Run undo = nullptr;
+};
+
+/// All rows in the order of the reference.
+std::span<const Command> commands();
+
+/// What a keyword with several continuations is about ("show ip dhcp"), or "".
+std::string_view keyword_help(std::string_view path);
+
+// The tables that commands() joins.
+std::span<const Command> session_commands();
+std::span<const Command> show_commands();
+std::span<const Command> server_readouts();
+std::span<const Command> switch_commands();
+std::span<const Command> server_commands();
+std::span<const Command> pool_commands();
+
+}  // namespace dhcp::softswitch::cli
