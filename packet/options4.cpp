@@ -81,10 +81,10 @@ std::optional<uint32_t> ip_option(const Message4& message, uint8_t code) {
 }
 
 OptionWriter4::OptionWriter4(std::span<uint8_t> area, size_t used)
-    : area_(area.first(std::min(area.size(), options_sent_limit))), used_(used), ok_(used <= area_.size()) {}
+    : area_(area), limit_(std::min(area.size(), options_sent_limit)), used_(used), ok_(used <= limit_) {}
 
 void OptionWriter4::add(uint8_t code, std::span<const uint8_t> value) {
-  ok_ = ok_ && value.size() <= 255 && area_.size() - used_ >= 2 && area_.size() - used_ - 2 >= value.size();
+  ok_ = ok_ && value.size() <= 255 && used_ <= limit_ && limit_ - used_ >= 2 && limit_ - used_ - 2 >= value.size();
   if (!ok_) return;
   area_[used_] = code;
   area_[used_ + 1] = static_cast<uint8_t>(value.size());

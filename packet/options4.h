@@ -50,18 +50,19 @@ std::optional<uint32_t> ip_option(const Message4& message, uint8_t code);
 /// Appends options to an area; the first one that does not fit makes the writer fail for good.
 class OptionWriter4 {
  public:
-  /// `area` is where options begin; at most 312 bytes of it are used. `used` bytes are there already.
+  /// `area` is where options begin; at most 312 bytes of it take options. `used` bytes are there already.
   explicit OptionWriter4(std::span<uint8_t> area, size_t used = 0);
   void add(uint8_t code, std::span<const uint8_t> value);
   void add_byte(uint8_t code, uint8_t value);
   void add_ip(uint8_t code, uint32_t ip);
-  /// The end option, one byte. It needs room like any other byte.
+  /// The end option, one byte: it may stand behind the 312th byte when the area goes on.
   void finish();
   bool ok() const { return ok_; }
   size_t used() const { return used_; }
 
  private:
   std::span<uint8_t> area_;
+  size_t limit_;
   size_t used_;
   bool ok_;
 };

@@ -1,0 +1,51 @@
+/// Hash chains beside a list: the list keeps the order, the chains make finding a record independent of its length.
+///
+/// A node carries one Chain link a table. The hash is kept in the link, so a record that is changed in place can still
+/// be taken out. Newest first within a chain.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace dhcp::server {
+
+template <class Node>
+struct Chain {
+  Node* next = nullptr;
+  uint32_t hash = 0;
+};
+
+/// Spreads neighbouring addresses over a table (Knuth's multiplicative hash).
+inline uint32_t address_hash(uint32_t ip) { return (ip * 0x9e3779b1u) >> 16; }
+
+template <class Node, Chain<Node> Node::*Link>
+class ChainTable {
+ public:
+  void insert(Node& node, uint32_t hash) {
+    Node*& first = slot(hash);
+    node.*Link = {first, hash};
+    first = &node;
+  }
+
+  void remove(Node& node) {
+    Node** at = &slot((node.*Link).hash);
+    while (*at != nullptr && *at != &node) at = &((*at)->*Link).next;
+    if (*at == &node) *at = (node.*Link).next;
+  }
+
+  /// The newest node of that hash that `matches` accepts; null = none.
+  template <class Match>
+  Node* find(uint32_t hash, Match matches) const {
+    for (Node* node = slots_[hash % slots_.size()]; node != nullptr; node = (node->*Link).next) {
+      if ((node->*Link).hash == hash && matches(*node)) return node;
+    }
+    return nullptr;
+  }
+
+ private:
+  Node*& slot(uint32_t hash) { return slots_[hash % slots_.size()]; }
+  std::array<Node*, 512> slots_{};
+};
+
+}  // namespace dhcp::server
