@@ -1,0 +1,127 @@
+"""A scene: ports with hosts, configuration lines, and steps that say what they show and check it.
+
+A scene file has TITLE, PORTS, CONFIG and steps; it is played by `lab/run` for a reader and for the checks alike.
+"""
+import re
+import socket
+import time
+import traceback
+from dataclasses import dataclass
+
+from kit import judge
+from kit.clients import Dhclient, Dhcpcd, wait_until
+from kit.crafted import Crafted
+from kit.sandbox import HERE
+from kit.switch import Switch
+from kit.wire import Host, Wire
+
+CAPTURE = f"{HERE}/capture.pcapng"
+
+
+@dataclass
+class Port:
+    number: int
+    host: str
+    vlan: str  # of an access port "10", of a trunk "10,20"
+    trunk: bool = False
+
+    def lines(self):
+        mode = "trunk allowed" if self.trunk else "access"
+        return [f"interface gigabitethernet {self.number}", f" device sw{self.number}",
+                f" switchport {mode} vlan {self.vlan}", " exit"]
+
+
+class Failed(Exception):
+    """An expectation that did not hold."""
+
+
+class Lab:
+    """What a step works with: the hosts, the wire, the switch, and words for the reader."""
+
+    def __init__(self, scene, build):
+        self.scene = scene
+        self.hosts = {port.host: Host(port.host, port.number) for port in scene.PORTS}
+        self.wire = Wire(list(self.hosts.values()), CAPTURE)
+        self.switch = Switch(build)
+        self.failed = []
+        self.kept = {}  # what a step leaves for later ones
+
+    def config(self):
+        lines = [line for port in self.scene.PORTS for line in port.lines()]
+        return "\n".join(lines) + "\n" + self.scene.CONFIG.strip() + "\n"
+
+    def dhclient(self, host):
+        return Dhclient(self.hosts[host])
+
+    def dhcpcd(self, host):
+        return Dhcpcd(self.hosts[host])
+
+    def crafted(self, host, mac, **more):
+        return Crafted(self.wire, self.hosts[host], mac, **more)
+
+    wait_until = staticmethod(wait_until)
+
+    def devices(self, prefix):
+        """Network devices beside the switch whose names begin so."""
+        return sorted(name for _, name in socket.if_nameindex() if name.startswith(prefix))
+
+    def say(self, text):
+        for line in str(text).splitlines():
+            print(f"   | {line}".rstrip(), flush=True)
+
+    def show(self, *commands):
+        """Commands at the switch's prompt, and what it answers."""
+        for command in commands:
+            self.say(f"switch# {command}")
+            self.say("\n".join(line.rstrip() for line in self.switch.cli(command).splitlines() if line.strip()))
+
+    def expect(self, what, got, want):
+        if got != want:
+            raise Failed(f"{what}: expected {want!r}, got {got!r}")
+        print(f"   {what}: {got}", flush=True)
+
+    def expect_that(self, what, holds):
+        if not holds:
+            raise Failed(f"not so: {what}")
+        print(f"   {what}", flush=True)
+
+    def play(self, steps):
+        for title, action in steps:
+            print(f"\n== {title}", flush=True)
+            began = time.monotonic()
+            try:
+                action(self)
+            except Exception as error:  # whatever it was, the next steps are worth seeing
+                self.failed.append(title)
+                print(f"   {type(error).__name__}: {error} ({_place(error)})")
+                print(f"FAIL {title}", flush=True)
+            else:
+                print(f"PASS {title} ({time.monotonic() - began:.1f} s)", flush=True)
+
+    def judged(self, _):
+        """The last step of every scene."""
+        self.wire.close()
+        answer = next(frame.data for frame in self.wire.seen if frame.from_switch and frame.data[12:14] == b"\x08\x00" and
+                      frame.data[23] == 17 and frame.data[34:36] == b"\x00\x43")
+        self.expect_that("tshark objects to frames that were damaged on purpose, and only to them",
+                         judge.sees_damage(answer, f"{HERE}/damaged.pcapng"))
+        self.say(f"{judge.sent_by_switch(CAPTURE)} frames came out of the switch")
+        self.expect("frames among them that are malformed or have a bad checksum", judge.faults(CAPTURE), [])
+
+
+def _place(error):
+    """Where in the scene it happened."""
+    frames = [frame for frame in traceback.extract_tb(error.__traceback__) if "/kit/" not in frame.filename]
+    return ", ".join(f"{re.sub('.*/lab/', '', frame.filename)}:{frame.lineno}" for frame in frames[-1:])
+
+
+def steps_of():
+    """A list and the decorator that fills it: @step("what is shown")."""
+    steps = []
+
+    def step(title):
+        def add(action):
+            steps.append((title, action))
+            return action
+        return add
+    return steps, step

@@ -1,0 +1,89 @@
+"""The soft switch under test: started from a configuration, asked through its command line, stopped."""
+import os
+import re
+import subprocess
+import time
+
+from kit.sandbox import HERE
+
+SOCKET = f"{HERE}/switch.sock"
+CONFIG = f"{HERE}/switch.conf"  # `write memory` writes it, too
+LOG = f"{HERE}/switch.log"
+
+
+class Switch:
+    config = CONFIG
+
+    def __init__(self, build):
+        self.program = f"{build}/bin/softswitch"
+        self.client = f"{build}/bin/switchctl"
+        self.process = None
+
+    def start(self, config=None):
+        """Starts the switch with these lines, or with the file that it saved itself. What it says when it does not
+        come up is the exception's text."""
+        if config is not None:
+            with open(CONFIG, "w", encoding="utf-8") as file:
+                file.write(config)
+        log = open(LOG, "a", encoding="utf-8")  # noqa: the child's from here on
+        self.log_start = os.path.getsize(LOG)
+        self.process = subprocess.Popen(
+            [self.program, "--config", CONFIG, "--socket", SOCKET, "--foreground"], stdin=subprocess.DEVNULL,
+            stdout=log, stderr=log)
+        log.close()
+        deadline = time.monotonic() + 15
+        while time.monotonic() < deadline:
+            if self.process.poll() is not None:
+                raise RuntimeError(self.said() or f"ended with status {self.process.returncode}")
+            if os.path.exists(SOCKET) and self._ask("show version").returncode == 0:
+                return
+            time.sleep(0.05)
+        raise RuntimeError("the switch did not open its command line in time: " + self.said())
+
+    def said(self):
+        """What the switch wrote since it was last started."""
+        with open(LOG, encoding="utf-8", errors="replace") as file:
+            file.seek(self.log_start)
+            return file.read()
+
+    def _ask(self, *commands, json=False):
+        words = [self.client, "--socket", SOCKET] + (["--json"] if json else [])
+        for command in commands:
+            words += ["-c", command]
+        return subprocess.run(words, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
+                              text=True, timeout=20, check=False)
+
+    def cli(self, *commands):
+        """What the command line answers. A refused command is an error of the scene."""
+        done = self._ask(*commands)
+        if done.returncode != 0:
+            raise RuntimeError(f"{'; '.join(commands)}: {done.stdout.strip()}")
+        return done.stdout
+
+    def refuses(self, *commands):
+        """The reason that the command line gives; None when it takes the commands."""
+        done = self._ask(*commands)
+        return done.stdout.strip() if done.returncode != 0 else None
+
+    def rows(self, command):
+        """The rows of a table, each as a list of words: lines that begin with an address."""
+        return [line.split() for line in self.cli(command).splitlines() if re.match(r"\s+\d+\.\d+\.\d+\.\d+\s", line)]
+
+    def bindings(self):
+        return {row[0]: row[2] for row in self.rows("show ip dhcp binding")}
+
+    def running(self):
+        return self.process is not None and self.process.poll() is None
+
+    def stop(self):
+        """Ends the switch as a service manager would; its exit status."""
+        self.process.terminate()
+        try:
+            return self.process.wait(15)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            return self.process.wait(5)
+
+    def prompt(self):
+        """Hands the terminal to an operator."""
+        subprocess.run([self.client, "--socket", SOCKET], check=False)

@@ -1,0 +1,120 @@
+"""Cables and hosts: a veth pair a port, with every frame that passes at the host's end kept and written down."""
+import selectors
+import socket
+import struct
+import threading
+import time
+from dataclasses import dataclass
+
+from kit import pcapng
+from kit.sandbox import Network, run
+
+ETH_P_ALL = 3
+SOL_PACKET, PACKET_AUXDATA = 263, 8
+VLAN_VALID = 1 << 4
+PACKET_OUTGOING = 4
+
+
+@dataclass
+class Frame:
+    host: str
+    time_ns: int
+    from_switch: bool
+    data: bytes
+
+
+class Host:
+    """A machine on a port. Its interface bears its name; the switch's end of the cable is `swN`."""
+
+    def __init__(self, name, port):
+        self.name, self.port = name, port
+        self.device = f"sw{port}"
+        self.mac = f"02:00:00:00:{port:02x}:01"
+        self.net = Network(name)
+        run("ip", "link", "add", self.device, "type", "veth", "peer", "name", name, "netns", name)
+        run("ip", "link", "set", self.device, "addrgenmode", "none", "up")
+        self.net.run("ip", "link", "set", "lo", "up")
+        self.net.run("ip", "link", "set", name, "address", self.mac, "addrgenmode", "none", "up")
+        with self.net:
+            self.ears, self.mouth = self._socket(), self._socket()
+        self.ears.setsockopt(SOL_PACKET, PACKET_AUXDATA, 1)
+        self.ears.setblocking(False)
+
+    def _socket(self):
+        raw = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(ETH_P_ALL))
+        raw.bind((self.name, ETH_P_ALL))
+        return raw
+
+    def send(self, data):
+        self.mouth.send(bytes(data))
+
+    def receive(self):
+        """The next frame, or None. The kernel takes a tag out of the frame; here it goes back in."""
+        try:
+            data, ancillary, _, address = self.ears.recvmsg(65535, socket.CMSG_SPACE(20))
+        except BlockingIOError:
+            return None
+        for level, kind, value in ancillary:
+            if level == SOL_PACKET and kind == PACKET_AUXDATA:
+                status, _, _, _, _, tag, ethertype = struct.unpack("=IIIHHHH", value[:20])
+                if status & VLAN_VALID:
+                    data = data[:12] + struct.pack("!HH", ethertype or 0x8100, tag) + data[12:]
+        return Frame(self.name, time.time_ns(), address[2] != PACKET_OUTGOING, data)
+
+
+class Wire:
+    """Watches all hosts' cables from one thread. `seen` and the capture file grow together."""
+
+    def __init__(self, hosts, capture):
+        self.seen = []
+        self.news = threading.Condition()
+        self._hosts = hosts
+        self._index = {host.name: number for number, host in enumerate(hosts)}
+        self._file = pcapng.Writer(capture, [host.name for host in hosts])
+        self._ends = False
+        self._thread = threading.Thread(target=self._watch, daemon=True)
+        self._thread.start()
+
+    def _watch(self):
+        ready = selectors.DefaultSelector()
+        for host in self._hosts:
+            ready.register(host.ears, selectors.EVENT_READ, host)
+        while not self._ends:
+            for key, _ in ready.select(timeout=0.2):
+                while (frame := key.data.receive()) is not None:
+                    self._keep(frame)
+
+    def _keep(self, frame):
+        direction = pcapng.FROM_SWITCH if frame.from_switch else pcapng.TO_SWITCH
+        self._file.frame(self._index[frame.host], frame.time_ns, direction, frame.data)
+        with self.news:
+            self.seen.append(frame)
+            self.news.notify_all()
+
+    def now(self):
+        """A mark: what arrives from here on."""
+        with self.news:
+            return len(self.seen)
+
+    def since(self, mark, matches):
+        with self.news:
+            return [frame for frame in self.seen[mark:] if matches(frame)]
+
+    def wait(self, mark, matches, seconds):
+        """The first frame after the mark that matches; None when the time is over."""
+        deadline = time.monotonic() + seconds
+        with self.news:
+            while True:
+                for frame in self.seen[mark:]:
+                    mark += 1
+                    if matches(frame):
+                        return frame
+                left = deadline - time.monotonic()
+                if left <= 0:
+                    return None
+                self.news.wait(left)
+
+    def close(self):
+        self._ends = True
+        self._thread.join(5)
+        self._file.close()

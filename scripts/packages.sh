@@ -1,0 +1,35 @@
+# The Debian packages that building, the lab and the checks need. Sourced by ./demo and ./check.
+
+demo_packages="g++ cmake ninja-build libcli-dev nlohmann-json3-dev
+  python3 python3-scapy tshark isc-dhcp-client dhcpcd-base iproute2 util-linux"
+check_packages="$demo_packages clang clang-format clang-tidy libclang-rt-14-dev
+  googletest libgtest-dev libgmock-dev libbenchmark-dev g++-mips-linux-gnu qemu-user
+  dnsmasq-base kea-admin tcpdump ethtool procps git"
+
+# install_packages demo|check: installs what is missing, or says how when it may not.
+install_packages() {
+  case $1 in
+    demo) _wanted=$demo_packages ;;
+    *) _wanted=$check_packages ;;
+  esac
+  if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+    echo "Not a Debian system; expecting the equivalent of these packages:" $_wanted >&2
+    return 0
+  fi
+  _missing=
+  for _package in $_wanted; do
+    case $(dpkg-query -W -f '${Status}' "$_package" 2>/dev/null) in
+      *' installed') ;;
+      *) _missing="$_missing $_package" ;;
+    esac
+  done
+  [ -n "$_missing" ] || return 0
+  if [ "$(id -u)" -ne 0 ]; then
+    echo "Some packages are missing. Install them with" >&2
+    echo "  sudo apt-get install --no-install-recommends$_missing" >&2
+    return 1
+  fi
+  echo "Installing$_missing" >&2
+  { DEBIAN_FRONTEND=noninteractive apt-get update -q &&
+    DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $_missing; } >&2
+}
