@@ -1,0 +1,117 @@
+#include "tests/fake/device.h"
+
+#include <net/if.h>
+#include <netinet/in.h>
+#include <pthread.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <memory>
+
+#include "base/os.h"
+#include "platform/log.h"
+
+namespace fake {
+
+namespace {
+
+std::unique_ptr<Device> current = std::make_unique<Device>();
+
+/// Lets a millisecond pass instead of the time asked for: a cancellation point, like the real one.
+void sleep_us(uint32_t micros) {
+  current->slept_us_ += micros;
+  const timespec moment{0, 1000000};
+  nanosleep(&moment, nullptr);
+}
+
+int make_socket(int domain, int type, int protocol) {
+  current->call("socket(" + std::to_string(domain) + "," + std::to_string(protocol) + ")");
+  if (current->sockets_cannot_be_made) {
+    errno = EMFILE;
+    return -1;
+  }
+  // A raw socket needs rights that a test has no use for.
+  return domain == AF_PACKET ? ::socket(AF_UNIX, SOCK_DGRAM, 0) : ::socket(domain, type, protocol);
+}
+
+/// "eth0" answers with the device's MAC, "eth0.N" with the interface of VLAN N.
+int query_interface(int, unsigned long request, ifreq* answer) {
+  const std::string name(answer->ifr_name);
+  VlanInterface interface { 0, Device::default_mac };
+  if (name != "eth0") {
+    const auto dot = name.find('.');
+    const auto found = current->vlan_interfaces.find(
+        dot == std::string::npos ? 0u : static_cast<uint32_t>(stoul(name.substr(dot + 1))));
+    if (found == current->vlan_interfaces.end()) return errno = ENODEV, -1;
+    interface = found->second;
+  }
+  if (current->interfaces_without_answer.count(name) != 0) return errno = EADDRNOTAVAIL, -1;
+  if (request == SIOCGIFADDR) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(interface.ip);
+    memcpy(&answer->ifr_addr, &address, sizeof address);
+  } else {
+    memcpy(answer->ifr_hwaddr.sa_data, interface.mac.data(), interface.mac.size());
+  }
+  return 0;
+}
+
+/// The text behind "[function:line]" or "[function : line]"; nothing when the line does not begin so.
+std::string behind_place(const std::string& text) {
+  const auto close = text.find(']');
+  const auto colon = text.find(':');
+  if (text.empty() || text[0] != '[' || close == std::string::npos || colon > close) return "(no place)" + text;
+  const std::string line = text.substr(colon + 1, close - colon - 1);
+  if (line.find_first_not_of(" 0123456789") != std::string::npos) return "(no place)" + text;
+  return text.substr(close + 1);
+}
+
+}  // namespace
+
+Device& device() { return *current; }
+
+void reset() {
+  fail_allocations(0);
+  current = std::make_unique<Device>();
+  dhcp::base::os = {[] { return current->now.load(); }, sleep_us, query_interface, make_socket};
+}
+
+int Device::logged(const std::string& text, const std::string& name) const {
+  const auto lines = log();
+  return static_cast<int>(std::count_if(lines.begin(), lines.end(), [&](const LogLine& line) {
+    return line.text == text && (name.empty() || line.name == name);
+  }));
+}
+
+int Device::logged_at(const std::string& text, const std::string& name) const {
+  const auto lines = log();
+  return static_cast<int>(std::count_if(lines.begin(), lines.end(), [&](const LogLine& line) {
+    return behind_place(line.text) == text && (name.empty() || line.name == name);
+  }));
+}
+
+std::vector<Sent> Device::take_sent() {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(sent_, {});
+}
+
+const std::string& Device::temp_directory() {
+  if (temp_directory_.empty()) {
+    std::string name = std::filesystem::temp_directory_path() / "dhcp_unit_XXXXXX";
+    if (mkdtemp(name.data()) != nullptr) temp_directory_ = name;
+  }
+  return temp_directory_;
+}
+
+Device::~Device() {
+  if (!temp_directory_.empty()) std::filesystem::remove_all(temp_directory_);
+}
+
+}  // namespace fake

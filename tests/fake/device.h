@@ -1,0 +1,125 @@
+/// The device as the tests see it: every platform call recorded, every answer set from here, and the clock in hand.
+///
+/// One device for the whole process; reset() gives each test a new one. Calls may come from the module's threads, so
+/// everything that those write is behind the device's own mutex and read through functions.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/adp.h"
+#include "platform/queue.h"
+
+namespace fake {
+
+using Mac = std::array<uint8_t, 6>;
+
+struct LogLine {
+  int level, module;
+  std::string name, text;
+};
+
+/// A frame that the module handed to the chip.
+struct Sent {
+  std::vector<uint8_t> bytes;
+  bool all_ports;  // null list
+  std::vector<uint32_t> ports;
+  uint32_t vlan;
+  int mode;
+};
+
+/// A layer-3 interface on a management VLAN; its address is a host-order number.
+struct VlanInterface {
+  uint32_t ip;
+  Mac mac;
+};
+
+class Device {
+ public:
+  Device() = default;
+  ~Device();  // removes the temporary files
+  Device(const Device&) = delete;
+  Device& operator=(const Device&) = delete;
+
+  static constexpr Mac default_mac{0x02, 0, 0, 0, 0, 0x01};
+
+  // What the device answers. Set before the module's threads run.
+  std::atomic<uint32_t> now{1'000'000'000};
+  int physical_ports = 28;
+  std::map<uint32_t, VlanInterface> vlan_interfaces;
+  std::set<std::string> interfaces_without_answer;  // ioctl fails for these names
+  std::map<std::pair<Mac, uint32_t>, uint32_t> mac_table;
+  std::set<std::string> tasks_that_fail;
+  bool chip_refuses_rules = false;
+  bool frames_are_unusable = false;
+  bool queue_cannot_be_made = false;
+  bool tracing = false;
+  bool sockets_cannot_be_made = false;
+  int bind_error = 0;
+  bool temp_files_cannot_be_made = false;
+
+  // What the module did.
+  std::vector<LogLine> log() const { return locked(log_); }
+  /// How many lines carry exactly this text; with a name, only those under it.
+  int logged(const std::string& text, const std::string& name = "") const;
+  /// The same for lines that begin "[function:line]" or "[function : line]" before the text.
+  int logged_at(const std::string& text, const std::string& name = "") const;
+  std::vector<std::pair<std::string, std::string>> traces() const { return locked(traces_); }
+  std::vector<std::string> calls() const { return locked(calls_); }
+  std::vector<Sent> take_sent();
+  std::vector<const skpack*> released() const { return locked(released_); }
+  std::map<std::pair<uint32_t, uint32_t>, adp_fp_entity> rules() const { return locked(rules_); }
+  std::vector<std::string> task_events() const { return locked(task_events_); }
+  int64_t slept_us() const { return slept_us_.load(); }
+  /// Where temporary files of this test lie; made when first asked for.
+  const std::string& temp_directory();
+
+  /// The event queue from the device's side. post() is false while no queue is open.
+  bool post(const DhcpEvent& event);
+  void close_queue();
+  int queues_open() const { return queues_open_.load(); }
+  int blocks_handed_back() const { return blocks_handed_back_.load(); }
+
+  // For the platform calls themselves.
+  template <class T>
+  void record(T Device::*list, const typename T::value_type& item) {
+    const std::lock_guard lock(mutex_);
+    (this->*list).push_back(item);
+  }
+  void call(std::string text) { record(&Device::calls_, std::move(text)); }
+
+  std::vector<LogLine> log_;
+  std::vector<std::pair<std::string, std::string>> traces_;
+  std::vector<std::string> calls_, task_events_;
+  std::vector<Sent> sent_;
+  std::vector<const skpack*> released_;
+  std::map<std::pair<uint32_t, uint32_t>, adp_fp_entity> rules_;
+  std::atomic<int64_t> slept_us_{0};
+  std::atomic<int> queues_open_{0}, blocks_handed_back_{0};
+  mutable std::mutex mutex_;
+
+ private:
+  template <class T>
+  T locked(const T& value) const {
+    const std::lock_guard lock(mutex_);
+    return value;
+  }
+  std::string temp_directory_;
+};
+
+/// The device of the test that runs.
+Device& device();
+/// A new device, and the module's clock, sleep and sockets turned to it.
+void reset();
+
+/// Makes the next `count` allocations by new(std::nothrow) fail, after letting `after` succeed.
+void fail_allocations(int count, int after = 0);
+
+}  // namespace fake
