@@ -1,7 +1,9 @@
 """A DHCP client whose every field the scene decides, and a close look at what comes back."""
 import itertools
+import logging
 import struct
 
+logging.getLogger("scapy").setLevel(logging.ERROR)  # before it looks at the interfaces
 from scapy.layers.dhcp import BOOTP
 from scapy.layers.inet import IP, UDP
 from scapy.layers.l2 import Dot1Q, Ether

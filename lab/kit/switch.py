@@ -18,6 +18,7 @@ class Switch:
         self.program = f"{build}/bin/softswitch"
         self.client = f"{build}/bin/switchctl"
         self.process = None
+        self.started = False  # it came up at least once
 
     def start(self, config=None):
         """Starts the switch with these lines, or with the file that it saved itself. What it says when it does not
@@ -36,6 +37,7 @@ class Switch:
             if self.process.poll() is not None:
                 raise RuntimeError(self.said() or f"ended with status {self.process.returncode}")
             if os.path.exists(SOCKET) and self._ask("show version").returncode == 0:
+                self.started = True
                 return
             time.sleep(0.05)
         raise RuntimeError("the switch did not open its command line in time: " + self.said())
