@@ -48,8 +48,8 @@ class Switch:
             file.seek(self.log_start)
             return file.read()
 
-    def _ask(self, *commands, json=False):
-        words = [self.client, "--socket", SOCKET] + (["--json"] if json else [])
+    def _ask(self, *commands):
+        words = [self.client, "--socket", SOCKET]
         for command in commands:
             words += ["-c", command]
         return subprocess.run(words, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
