@@ -1,6 +1,7 @@
 /// Removal of bindings and conflicts by hand.
 #include "base/log.h"
 #include "base/text.h"
+#include "server/conflicts.h"
 #include "server/record_list.h"
 #include "server/server.h"
 
@@ -36,11 +37,10 @@ int dhcp_server_clear_conflict(uint32_t ip) {
   const ServerLock lock;
   const BusyGuard busy(dhcps_cfg.conflicts.busy);
   if (ip == 0) {
-    free_records<DhcpConflictIp>(dhcps_cfg.conflicts);
+    delete_all_conflicts();
   } else if (DhcpConflictIp* conflict = dhcp_get_conflict_ip(&dhcps_cfg.conflicts.head, ip)) {
-    free_record(dhcps_cfg.conflicts, conflict);
+    delete_conflict(*conflict);
   }
-  addresses_changed();
   DHCP_LOG_AT_SPACED(dhcp::base::module_frame, "clear conflict", "conflict_ip:%s.\n", IpText(ip).c_str());
   return 0;
 }

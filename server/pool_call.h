@@ -29,6 +29,8 @@ class PoolCall {
   DhcpPool* pool_;
 };
 
+inline constexpr uint16_t default_boot_file_blocks = 512;  // of 512 octets
+
 /// Makes a pool with nothing in it; null when there is no memory.
 DhcpPool* new_pool(uint32_t pool_id);
 

@@ -7,12 +7,6 @@
 
 namespace dhcp::server {
 
-namespace {
-
-constexpr uint16_t default_boot_file_blocks = 512;
-
-}  // namespace
-
 DhcpPool* new_pool(uint32_t pool_id) {
   auto* pool = new (std::nothrow) DhcpPool{};
   if (pool == nullptr) return nullptr;

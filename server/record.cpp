@@ -13,13 +13,19 @@ static_assert(sizeof(void*) != 4 || (sizeof(DhcpServerConfig) == 84 && sizeof(Dh
 static_assert(sizeof(void*) != 4 || (sizeof(DhcpPoolOption) == 324 && sizeof(DhcpBinding) == 64));
 static_assert(sizeof(void*) != 4 || (sizeof(DhcpStaticHost) == 20 && sizeof(DhcpIpNode) == 12));
 
-DhcpServerConfig dhcps_cfg = {
+namespace {
+
+constexpr DhcpServerList empty_list(DhcpListHead& head) { return {0, {&head, &head}, 0}; }
+
+}  // namespace
+
+constinit DhcpServerConfig dhcps_cfg = {
     .enable = 0,
     .sock = -1,
-    .pools = {0, {&dhcps_cfg.pools.head, &dhcps_cfg.pools.head}, 0},
-    .bindings = {0, {&dhcps_cfg.bindings.head, &dhcps_cfg.bindings.head}, 0},
-    .conflicts = {0, {&dhcps_cfg.conflicts.head, &dhcps_cfg.conflicts.head}, 0},
-    .excludes = {0, {&dhcps_cfg.excludes.head, &dhcps_cfg.excludes.head}, 0},
+    .pools = empty_list(dhcps_cfg.pools.head),
+    .bindings = empty_list(dhcps_cfg.bindings.head),
+    .conflicts = empty_list(dhcps_cfg.conflicts.head),
+    .excludes = empty_list(dhcps_cfg.excludes.head),
     .port_count = 0,
     .port_users = 0,
     .ports = nullptr,
@@ -29,7 +35,7 @@ namespace dhcp::server {
 
 namespace {
 
-void empty_list(DhcpServerList& list) {
+void make_empty(DhcpServerList& list) {
   base::list_init(list.head);
   list.count = 0;
   list.busy = 0;
@@ -39,9 +45,8 @@ void empty_list(DhcpServerList& list) {
 void release_record() {
   dhcp_server_start_stop(0);
   dhcp_server_close_socket();
-  reset_bindings();
+  reset_bindings();  // and the conflicts
   for (DhcpPool& pool : pools()) free_pool(pool);
-  free_records<DhcpConflictIp>(dhcps_cfg.conflicts);
   free_records<DhcpExcludeRange>(dhcps_cfg.excludes);
   if (dhcps_cfg.ports != nullptr) intf_order_list_free_node(dhcps_cfg.ports);
   dhcps_cfg.ports = nullptr;
@@ -57,7 +62,7 @@ void init_DHCPS_cfg() {
   server::release_record();
   server::create_lock();
   for (auto* list : {&dhcps_cfg.pools, &dhcps_cfg.bindings, &dhcps_cfg.conflicts, &dhcps_cfg.excludes}) {
-    server::empty_list(*list);
+    server::make_empty(*list);
   }
   dhcps_cfg.enable = 0;
   dhcps_cfg.sock = -1;

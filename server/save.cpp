@@ -12,7 +12,6 @@ using dhcp::base::Records;
 namespace {
 
 constexpr uint32_t day_s = 86400, hour_s = 3600, minute_s = 60;
-constexpr uint16_t default_boot_file_blocks = 512;
 
 void save_network(FILE* out, const DhcpPool& pool) {
   if (pool.network == 0 || pool.netmask == 0) return;

@@ -39,7 +39,7 @@ bool excluded(uint32_t ip);
 /// calls which addresses it has seen taken.
 void addresses_changed();
 
-/// Forgets all bindings and what selection remembers. The lists' heads are empty afterwards.
+/// Forgets all bindings and conflicts and what selection remembers. The lists' heads are empty afterwards.
 void reset_bindings();
 
 }  // namespace dhcp::server

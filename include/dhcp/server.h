@@ -115,39 +115,58 @@ struct DhcpBinding {
 DHCP_API extern struct DhcpServerConfig dhcps_cfg;
 
 /* Life. */
+
+/** Switches the server off, frees what it holds and begins anew: no pools, all ports in `ports`, the lock free. */
 DHCP_API void init_DHCPS_cfg(void);
-DHCP_API int dhcp_server_start_stop(int enable); /* -1 while the IPv4 relay is on */
+/** The low 8 bits count; the same value again does nothing. -1 while the IPv4 relay is on. Takes no lock. */
+DHCP_API int dhcp_server_start_stop(int enable);
+/** Holds UDP port 67. A socket that cannot be bound stays open until it is closed here. */
 DHCP_API int dhcp_server_open_socket(void);
 DHCP_API void dhcp_server_close_socket(void);
+/** The server lock; it exists from the moment the library is loaded. */
 DHCP_API int dhcp_server_mutex_lock_func(void);
 DHCP_API int dhcp_server_mutex_unlock_func(void);
 DHCP_API int dhcps_task_init(void);
 DHCP_API int dhcps_task_entry(struct ModuleTaskEntry* row);
 
-/* Configuration. */
+/* Configuration. An unknown pool is -1 and changes nothing, unless said. */
+
+/** A pool that is there stays as it is: 0. -2 at ten pools. */
 DHCP_API int dhcp_server_create_pool_entry(uint32_t pool_id);
+/** With its bindings. An unknown pool is 0. */
 DHCP_API int dhcp_server_del_pool_entry(uint32_t pool_id);
+/** Bindings outside a narrowed range end; the lease becomes a day if there was none. -1 when some pool has `network`
+    and the newest pool with `netmask` is another one. */
 DHCP_API int dhcp_server_set_pool_network(uint32_t pool_id, uint32_t network, uint32_t netmask, uint32_t start_ip,
                                           uint32_t end_ip);
+/** With the pool's bindings and its lease. */
 DHCP_API int dhcp_server_del_pool_network(uint32_t pool_id);
+/** 0xFFFFFFFF = infinite. Leases already given keep their end. */
 DHCP_API int dhcp_server_set_pool_lease(uint32_t pool_id, uint32_t seconds);
 /** `value` always points at 312 bytes; `len` of them are sent. */
 DHCP_API int dhcp_server_set_pool_option(uint32_t pool_id, uint8_t code, uint8_t len, const uint8_t* value,
                                          uint8_t type);
 DHCP_API int dhcp_server_del_pool_option(uint32_t pool_id, uint8_t code);
+/** Any two addresses; bindings stay. A pair that is there: 0. */
 DHCP_API int dhcp_server_set_exclude_ip(uint32_t start_ip, uint32_t end_ip);
 DHCP_API int dhcp_server_del_exclude_ip(uint32_t start_ip, uint32_t end_ip);
+/** A known MAC moves to the new address. -2 at ten hosts, a known MAC too; -1 outside the pool's range or when another
+    host has the address. A host whose address is excluded is neither found nor deleted. */
 DHCP_API int dhcp_server_set_static_host(uint32_t pool_id, const uint8_t mac[6], uint32_t ip);
 DHCP_API int dhcp_server_del_static_host(uint32_t pool_id, const uint8_t mac[6]);
+/** Replaces the list, in the array's order. Walked from the last address; at the first one outside the pool's subnet it
+    ends with -2 and what stood behind that address is kept. */
 DHCP_API int dhcp_server_set_router(uint32_t pool_id, const uint32_t* ips, int count);
 DHCP_API int dhcp_server_del_router(uint32_t pool_id);
+/** Replaces the list, in the array's order; any addresses. */
 DHCP_API int dhcp_server_set_dns_srv(uint32_t pool_id, const uint32_t* ips, int count);
 DHCP_API int dhcp_server_del_dns_srv(uint32_t pool_id);
+/** Names are cut to the lengths above. */
 DHCP_API int dhcp_server_set_tftp_server(uint32_t pool_id, const char* name);
 DHCP_API int dhcp_server_del_tftp_server(uint32_t pool_id);
 DHCP_API int dhcp_server_set_boot_file_name(uint32_t pool_id, const char* name);
 DHCP_API int dhcp_server_del_boot_file_name(uint32_t pool_id);
-DHCP_API int dhcp_server_set_boot_file_size(uint32_t pool_id, int size);
+DHCP_API int dhcp_server_set_boot_file_size(uint32_t pool_id, int size); /* low 16 bits */
 DHCP_API int dhcp_server_set_domain_name(uint32_t pool_id, const char* name);
 DHCP_API int dhcp_server_del_domain_name(uint32_t pool_id);
 
@@ -196,7 +215,7 @@ DHCP_API int show_dhcp_server_conflict(char* path, int a, int b);
 DHCP_API int show_dhcp_server_exclude(char* path, int a, int b);
 DHCP_API int show_dhcp_server_host(char* path, int a, int b);
 
-/** Appends the configuration as command lines. */
+/** Appends the configuration as command lines ended by CR LF, newest first. 0. */
 DHCP_API int onu_dhcp_server_save(FILE* stream);
 DHCP_API int dhcp_server_clear_binding(uint32_t ip);  /* 0 = all */
 DHCP_API int dhcp_server_clear_conflict(uint32_t ip); /* 0 = all */
