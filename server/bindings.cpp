@@ -39,7 +39,7 @@ class KeyHash {
  public:
   explicit KeyHash(uint8_t type) { add(type); }
   void add(uint8_t byte) { state_ = (state_ ^ byte) * 0x01000193u; }
-  uint32_t value() const { return state_ ^ state_ >> 15; }
+  uint32_t value() const { return state_; }
 
  private:
   uint32_t state_ = 0x811c9dc5u;

@@ -16,8 +16,8 @@ struct Chain {
   uint32_t hash = 0;
 };
 
-/// Spreads neighbouring addresses over a table (Knuth's multiplicative hash).
-inline uint32_t address_hash(uint32_t ip) { return (ip * 0x9e3779b1u) >> 16; }
+/// Spreads neighbouring addresses over a table (Knuth's multiplicative hash). Its high bits are the good ones.
+inline uint32_t address_hash(uint32_t ip) { return ip * 0x9e3779b1u; }
 
 template <class Node, Chain<Node> Node::*Link>
 class ChainTable {
@@ -37,15 +37,16 @@ class ChainTable {
   /// The newest node of that hash that `matches` accepts; null = none.
   template <class Match>
   Node* find(uint32_t hash, Match matches) const {
-    for (Node* node = slots_[hash % slots_.size()]; node != nullptr; node = (node->*Link).next) {
+    for (Node* node = slots_[hash >> unused_bits]; node != nullptr; node = (node->*Link).next) {
       if ((node->*Link).hash == hash && matches(*node)) return node;
     }
     return nullptr;
   }
 
  private:
-  Node*& slot(uint32_t hash) { return slots_[hash % slots_.size()]; }
-  std::array<Node*, 512> slots_{};
+  static constexpr unsigned slot_bits = 9, unused_bits = 32 - slot_bits;
+  Node*& slot(uint32_t hash) { return slots_[hash >> unused_bits]; }
+  std::array<Node*, 1u << slot_bits> slots_{};
 };
 
 }  // namespace dhcp::server

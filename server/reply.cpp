@@ -23,9 +23,10 @@ void copy_field(uint8_t* reply, const uint8_t* request, packet::Field field) {
   std::copy_n(request + field.offset, field.size, reply + field.offset);
 }
 
-/// The fixed fields of a reply in zeroed storage (RFC 2131 table 3).
+/// The fixed fields of a reply (RFC 2131 table 3); those not named are zero.
 void fill_fixed(uint8_t* reply, const uint8_t* request) {
   constexpr uint8_t htype_ethernet = 1, hlen_ethernet = 6;
+  std::fill_n(reply, dhcp4::fixed_size, uint8_t{0});
   reply[dhcp4::op.offset] = dhcp4::boot_reply;
   reply[dhcp4::htype.offset] = htype_ethernet;
   reply[dhcp4::hlen.offset] = hlen_ethernet;

@@ -47,25 +47,28 @@ bool add_open(Scan& scan, uint32_t ip) {
   return true;
 }
 
-/// The pool's scan; one that no longer describes any pool is given up for it.
+bool describes(const Scan& scan, const DhcpPool& pool) {
+  return scan.era == era && scan.pool_id == pool.pool_id && scan.start_ip == pool.start_ip &&
+         scan.end_ip == pool.end_ip;
+}
+
+/// The pool's scan; without one, a scan that is out of date or of another range is begun again for it.
 Scan& scan_of(const DhcpPool& pool) {
-  Scan* spare = nullptr;
+  Scan* found = &scans[pool.pool_id % scans.size()];
   for (Scan& scan : scans) {
-    if (scan.era != era) {
-      spare = &scan;
-    } else if (scan.pool_id == pool.pool_id) {
-      if (scan.start_ip == pool.start_ip && scan.end_ip == pool.end_ip) return scan;
-      spare = &scan;
+    if (scan.era != era) found = &scan;
+    if (scan.era == era && scan.pool_id == pool.pool_id) {
+      found = &scan;
       break;
     }
   }
-  if (spare == nullptr) spare = &scans[pool.pool_id % scans.size()];
-  spare->pool_id = pool.pool_id;
-  spare->start_ip = pool.start_ip;
-  spare->end_ip = pool.end_ip;
-  spare->era = era;
-  begin_again(*spare);
-  return *spare;
+  if (describes(*found, pool)) return *found;
+  found->pool_id = pool.pool_id;
+  found->start_ip = pool.start_ip;
+  found->end_ip = pool.end_ip;
+  found->era = era;
+  begin_again(*found);
+  return *found;
 }
 
 bool device_own(uint32_t ip) { return sysmng_get_vlan_by_ipaddr(ip) != 0; }
@@ -82,6 +85,7 @@ std::optional<uint32_t> last_excluded(uint32_t ip) {
   return last;
 }
 
+/// The lowest open address that is free. Those found taken on the way are struck off: they come back when released.
 std::optional<uint32_t> lowest_open(Scan& scan, DhcpPool& pool) {
   size_t kept = 0;
   std::optional<uint32_t> found;
@@ -97,6 +101,7 @@ std::optional<uint32_t> lowest_open(Scan& scan, DhcpPool& pool) {
   return found;
 }
 
+/// What a scan from the pool's first address would find; 0 = nothing.
 uint32_t lowest_free(DhcpPool& pool) {
   if (pool.end_ip < pool.start_ip) return 0;
   Scan& scan = scan_of(pool);
@@ -111,6 +116,7 @@ uint32_t lowest_free(DhcpPool& pool) {
     } else if (!device_own(ip)) {
       return ip;
     } else {
+      // An own address that cannot be listed holds the frontier back, lest it be forgotten.
       remembering = remembering && add_open(scan, ip);
       ++at;
     }

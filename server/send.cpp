@@ -38,6 +38,7 @@ void fill_ethernet(uint8_t* frame, const base::MacAddress& to, const base::MacAd
 }
 
 /// Ports and length; then the checksum over an IPv4 header that for the moment holds the pseudo-header only (RFC 768).
+/// Relays too are answered at the client's port. A sum of 0 goes as it is and says that there is none.
 void fill_udp(uint8_t* ip, uint32_t from, uint32_t to, size_t length) {
   const auto udp_length = static_cast<uint16_t>(length);
   uint8_t* header = ip + ip4::header_size;
