@@ -17,12 +17,12 @@ using Refusal = std::optional<std::string>;
 enum class PortMode { access, trunk };
 
 struct PortConfig {
-  uint32_t port = 0;            // from 1
-  std::string device;           // Linux interface, "" = none
+  uint32_t port = 0;   // from 1
+  std::string device;  // Linux interface, "" = none
   PortMode mode = PortMode::access;
   uint16_t access_vlan = 1;
-  uint16_t native_vlan = 1;     // of a trunk
-  std::vector<uint16_t> allowed; // of a trunk, ascending; empty = all
+  uint16_t native_vlan = 1;       // of a trunk
+  std::vector<uint16_t> allowed;  // of a trunk, ascending; empty = all
   std::string description;
 };
 
@@ -69,8 +69,8 @@ class SwitchControl {
   virtual ~SwitchControl() = default;
 
   virtual uint32_t port_count() const = 0;  // physical ports, fixed for the life of the process
-  virtual Refusal set_device(uint32_t port, const std::string& ifname) = 0;  // "" = take the device away
-  virtual Refusal set_access_vlan(uint32_t port, uint16_t vlan) = 0;         // also makes it an access port
+  virtual Refusal set_device(uint32_t port, const std::string& ifname) = 0;            // "" = take the device away
+  virtual Refusal set_access_vlan(uint32_t port, uint16_t vlan) = 0;                   // also makes it an access port
   virtual Refusal set_trunk(uint32_t port, const std::vector<uint16_t>& allowed) = 0;  // also makes it a trunk
   virtual Refusal set_native_vlan(uint32_t port, uint16_t vlan) = 0;
   virtual Refusal set_description(uint32_t port, const std::string& text) = 0;
@@ -94,7 +94,7 @@ class SwitchControl {
 
   virtual QueueCounters event_queue() const = 0;
   virtual std::vector<TaskRow> tasks() const { return {}; }  // those that run, in the order of their start
-  virtual std::string mac_address() const = 0;  // of eth0 and every eth0.<vlan>
+  virtual std::string mac_address() const = 0;               // of eth0 and every eth0.<vlan>
 };
 
 /// The running switch; made by main() before the command line is.

@@ -1,0 +1,50 @@
+/// The event queue: a bounded ring of records with one consumer, the module's dispatch task.
+///
+/// Producers add under the queue's own lock; the consumer takes everything that is there at once and then works
+/// through it without a lock. A full queue is not an error: whoever posts frames leaves them in the kernel's buffer
+/// as long as the consumer is at work, see fabric.h.
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+#include "platform/queue.h"
+#include "softswitch/control.h"
+
+namespace dhcp::softswitch {
+
+inline constexpr uint32_t event_ipv4 = 1, event_ipv6 = 4, event_port_change = 0x80000002;
+inline constexpr uint32_t port_notice_size = 96;
+
+class EventQueue {
+ public:
+  EventQueue(uint32_t capacity, uint32_t payload_type);
+  ~EventQueue();  // releases the frames and blocks that nobody took
+  EventQueue(const EventQueue&) = delete;
+  EventQueue& operator=(const EventQueue&) = delete;
+
+  bool full() const { return depth_.load(std::memory_order_relaxed) >= capacity_; }
+  /// False when full; the record's block stays the caller's then.
+  bool post(const DhcpEvent& event);
+  void count_dropped() { dropped_full_.fetch_add(1, std::memory_order_relaxed); }
+  /// The consumer's side: the oldest record, or false.
+  bool take(DhcpEvent& out);
+
+  uint32_t payload_type() const { return payload_type_; }
+  /// `dropped_rate` is not the queue's business and stays 0.
+  QueueCounters counters() const;
+
+ private:
+  void discard(const DhcpEvent& event) const;
+
+  const uint32_t capacity_, payload_type_;
+  std::mutex lock_;
+  std::vector<DhcpEvent> incoming_;  // guarded by lock_
+  std::vector<DhcpEvent> batch_;     // the consumer's own
+  size_t next_ = 0;
+  std::atomic<uint32_t> depth_{0}, highest_{0};
+  std::atomic<uint64_t> posted_{0}, dropped_full_{0};
+};
+
+}  // namespace dhcp::softswitch

@@ -1,0 +1,89 @@
+/// The soft switch: a device in one process, with the module in it.
+
+#include <csignal>
+#include <cstdio>
+#include <string>
+
+#include "dhcp/module.h"
+#include "softswitch/background.h"
+#include "softswitch/command_line.h"
+#include "softswitch/control.h"
+#include "softswitch/fabric.h"
+#include "softswitch/log.h"
+#include "softswitch/options.h"
+#include "softswitch/vlan_interfaces.h"
+#include "softswitch/watch.h"
+
+using namespace dhcp::softswitch;
+
+namespace {
+
+/// The module's life inside the switch's.
+class RunningModule {
+ public:
+  bool start() {
+    if (dhcp_module_init() != 0) return false;
+    started_ = true;
+    dhcp_module_start();
+    return true;
+  }
+  ~RunningModule() {
+    if (started_) dhcp_module_stop();
+  }
+
+ private:
+  bool started_ = false;
+};
+
+bool failed(const std::string& why) {
+  std::fprintf(stderr, "softswitch: %s\n", why.c_str());
+  return false;
+}
+
+sigset_t block_end_signals() {
+  sigset_t ends;
+  sigemptyset(&ends);
+  sigaddset(&ends, SIGTERM);
+  sigaddset(&ends, SIGINT);
+  pthread_sigmask(SIG_BLOCK, &ends, nullptr);
+  std::signal(SIGPIPE, SIG_IGN);
+  return ends;
+}
+
+/// Everything from the CPU's interfaces to the command line; what was started is ended in the opposite order.
+bool run(const Options& options, Background& background) {
+  const sigset_t ends = block_end_signals();
+  const auto mac = options.mac ? *options.mac : derived_mac(options.socket);
+  fabric().setup(options.ports, mac);
+  if (const Refusal why = vlan_interfaces().setup(mac)) return failed(*why);
+  const Watch watch;
+  RunningModule module;
+  if (!module.start()) return failed("the module does not start");
+  std::string error;
+  if (!load_configuration(options.config, error)) return failed(error);
+  CommandServer commands(options.socket, options.config);
+  if (!commands.start(error)) return failed(error);
+  if (!options.foreground) log_to_syslog();
+  background.release();
+  log_line(5, "running with %u ports, address %s", options.ports, switch_control().mac_address().c_str());
+  int signal = 0;
+  sigwait(&ends, &signal);
+  log_line(5, "ending on signal %d", signal);
+  return true;
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+  const auto options = read_options(count, words);
+  if (!options) return 2;
+  set_log_level(options->log_level);
+  Background background;
+  if (!options->foreground && !background.enter()) {
+    std::perror("softswitch");
+    return 1;
+  }
+  const bool good = run(*options, background);
+  vlan_interfaces().clear();
+  return good ? 0 : 1;
+}
