@@ -1,6 +1,7 @@
 #include "softswitch/cli/match.h"
 
 #include <algorithm>
+#include <set>
 
 #include "softswitch/cli/form.h"
 
@@ -78,14 +79,12 @@ bool advance_value(Candidates& candidates, std::string_view text, std::string_vi
 }
 
 std::string expected(const Candidates& candidates) {
-  std::string text;
+  std::set<std::string_view> items;
   for (const Candidate& c : candidates) {
-    const FormWord* word = next_word(c);
-    if (word == nullptr) continue;
-    const std::string item(word->place != nullptr ? word->place->name : word->keyword);
-    if (("," + text + ",").find(", " + item + ",") != std::string::npos) continue;
-    text += (text.empty() ? " " : ", ") + item;
+    if (const FormWord* word = next_word(c)) items.insert(word->place != nullptr ? word->place->name : word->keyword);
   }
+  std::string text;
+  for (std::string_view item : items) text += (text.empty() ? " " : ", ") + std::string(item);
   return text;
 }
 

@@ -1,7 +1,4 @@
 /// Moving between modes, saving, and the session's own settings.
-#include <algorithm>
-#include <cctype>
-
 #include "softswitch/cli/running_config.h"
 #include "softswitch/cli/session.h"
 #include "softswitch/cli/settings.h"
@@ -43,29 +40,12 @@ Outcome page_length(Session& session, const Args& args) {
   return {};
 }
 
-Outcome set_name(Session&, const Args& args) {
-  const std::string& name = args[0].text;
-  const bool good = std::all_of(name.begin(), name.end(), [](unsigned char c) {
-    return std::isalnum(c) != 0 || c == '-' || c == '_' || c == '.';
-  });
-  if (!good) return Fault{"a host name has letters, digits, '-', '_' and '.' only", 0};
-  set_hostname(name);
-  return {};
-}
-
-Outcome default_name(Session&, const Args&) {
-  set_hostname("");
-  return {};
-}
-
 constexpr Command rows[] = {
-    {in(Mode::exec), "configure [terminal]", "Enter configuration mode", configure, "configure terminal"},
+    {in(Mode::exec), "configure [terminal]", "Enter configuration mode", configure, ""},
     {in(Mode::exec), "write memory", "Save the running configuration", save, "write memory"},
     {in(Mode::exec), "copy running-config startup-config", "Save the running configuration", save,
      "copy running-config startup-config"},
     {in(Mode::exec), "terminal length LINES", "Lines on a page of this terminal", page_length, "terminal length 0"},
-    {in(Mode::configure), "hostname NAME", "Name of the switch, shown in the prompt", set_name, "hostname lab-1",
-     "hostname [NAME]", default_name},
     {in_configuration, "do TEXT", "Run an exec command from here", do_exec, "do show vlan"},
     {in_configuration, "end", "Leave configuration mode", end, ""},
     {everywhere, "exit", "Go one mode up, or end the session", exit, ""},

@@ -1,7 +1,11 @@
-/// Ports, VLANs, VLAN interfaces and the forwarding table.
+/// The switch's name, ports, VLANs, VLAN interfaces and the forwarding table.
 #include <net/if.h>
 
+#include <algorithm>
+#include <cctype>
+
 #include "softswitch/cli/session.h"
+#include "softswitch/cli/settings.h"
 
 namespace dhcp::softswitch::cli {
 namespace {
@@ -16,6 +20,23 @@ uint16_t target_vlan(const Session& session) { return static_cast<uint16_t>(sess
 Outcome blame(int arg, const Refusal& refusal) {
   if (!refusal) return {};
   return Fault{*refusal, arg};
+}
+
+// --- Name
+
+Outcome set_name(Session&, const Args& args) {
+  const std::string& name = args[0].text;
+  const bool good = std::all_of(name.begin(), name.end(), [](unsigned char c) {
+    return std::isalnum(c) != 0 || c == '-' || c == '_' || c == '.';
+  });
+  if (!good) return Fault{"a host name has letters, digits, '-', '_' and '.' only", 0};
+  set_hostname(name);
+  return {};
+}
+
+Outcome default_name(Session&, const Args&) {
+  set_hostname("");
+  return {};
 }
 
 // --- VLANs and the forwarding table
@@ -128,6 +149,8 @@ constexpr Modes vlan = in(Mode::vlan_interface);
 constexpr Command rows[] = {
     {in(Mode::exec), "clear mac address-table", "Forget all learnt hardware addresses", clear_mac_table,
      "clear mac address-table"},
+    {in(Mode::configure), "hostname NAME", "Name of the switch, shown in the prompt", set_name, "hostname lab-1",
+     "hostname [NAME]", default_name},
     {in(Mode::configure), "vlan VLANS", "Create VLANs", create_vlans, "vlan 5-7,10", "vlan VLANS", delete_vlans},
     {in(Mode::configure), "mac address-table aging-time SECONDS", "Time after which an unheard address is forgotten",
      aging_time, "mac address-table aging-time 600", "mac address-table aging-time [SECONDS]", default_aging_time},

@@ -48,7 +48,7 @@ struct Command {
   std::string_view form;
   std::string_view help;
   Run run = nullptr;
-  std::string_view example;       // a line of this form that fits the examples before it
+  std::string_view example;       // fits the examples before it; "" = it would leave the mode
   std::string_view no_form = {};  // without its leading "no"; "" = there is none
   Run undo = nullptr;
 };

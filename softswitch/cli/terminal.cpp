@@ -17,7 +17,7 @@
 namespace dhcp::softswitch::cli {
 namespace {
 
-constexpr int max_privilege = 15;
+constexpr char prompt_end[] = "# ";
 constexpr char tab = '\t';
 
 struct Terminal {
@@ -30,11 +30,12 @@ Terminal& terminal_of(cli_def* editor) { return *static_cast<Terminal*>(cli_get_
 
 size_t prompt_width(const Terminal& t) {
   const std::string mode = t.session.mode_text();
-  return hostname().size() + (mode.empty() ? 0 : mode.size() + 2) + 2;  // "(mode)" and "# "
+  return hostname().size() + (mode.empty() ? 0 : mode.size() + 2) + sizeof prompt_end - 1;  // "(mode)" takes two more
 }
 
 void draw_prompt(Terminal& t) {
   const std::string mode = t.session.mode_text();
+  cli_set_promptchar(t.editor, prompt_end);
   cli_set_hostname(t.editor, hostname().c_str());
   cli_set_modestring(t.editor, mode.empty() ? nullptr : ("(" + mode + ")").c_str());
   t.editor->mode = mode.empty() ? MODE_EXEC : MODE_CONFIG;
@@ -98,7 +99,6 @@ void serve_terminal(int fd, uint32_t rows) {
   t.session.set_page_length(rows);
   cli_set_context(editor, &t);
   cli_telnet_protocol(editor, 0);
-  cli_set_privilege(editor, max_privilege);
   draw_prompt(t);
   cli_loop(editor, dup(fd));  // closes what it is given
   cli_done(editor);

@@ -160,6 +160,8 @@ const Placeholder* find_placeholder(std::string_view name) {
   return nullptr;
 }
 
+std::span<const Placeholder> all_placeholders() { return placeholders; }
+
 std::string shape_of(const Placeholder& place) {
   switch (place.kind) {
     case Kind::number: return "<" + std::to_string(place.low) + "-" + std::to_string(place.high) + ">";

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,6 +39,7 @@ struct Placeholder {
 
 /// Null = the name is not a placeholder's, thus a keyword.
 const Placeholder* find_placeholder(std::string_view name);
+std::span<const Placeholder> all_placeholders();
 
 /// "1-4094" for a number, "A.B.C.D" for an address: what `?` shows.
 std::string shape_of(const Placeholder& place);
