@@ -107,7 +107,7 @@ DhcpBinding* add_binding(const ClientKey& key, uint32_t xid, DhcpPool& pool, uin
   return node;
 }
 
-DhcpBinding* find_binding(const ClientKey& key, uint32_t pool_id, uint32_t ip) {
+DhcpBinding* find_binding(const ClientKey& key, std::optional<uint32_t> pool_id, uint32_t ip) {
   BindingNode* newest = nullptr;
   KeyHash hash(key.type);
   for (size_t length = 0; length <= key.bytes.size(); ++length) {
@@ -116,7 +116,7 @@ DhcpBinding* find_binding(const ClientKey& key, uint32_t pool_id, uint32_t ip) {
     BindingNode* found = indexes.by_client.find(hash.value(), [&](const BindingNode& node) {
       return node.id_type == key.type && node.id_len == length &&
              memcmp(node.client_id, key.bytes.data(), length) == 0 &&
-             (pool_id == 0 || (node.pool_id == pool_id && (ip == 0 || node.ip == ip)));
+             (!pool_id || (node.pool_id == *pool_id && (ip == 0 || node.ip == ip)));
     });
     if (found != nullptr && (newest == nullptr || found->born > newest->born)) newest = found;
   }
@@ -152,7 +152,8 @@ DhcpBinding* dhcp_get_binding(skpack* skp, uint32_t pool_id, uint32_t ip) {
   if (dhcps_cfg.bindings.count < 1) return nullptr;
   const auto frame = packet::Frame4::parse(*skp);
   if (!frame) return nullptr;
-  return server::find_binding(server::client_key(frame->message()), pool_id, ip);
+  const auto pool = pool_id != 0 ? std::optional(pool_id) : std::nullopt;
+  return server::find_binding(server::client_key(frame->message()), pool, ip);
 }
 
 int dhcp_delete_binding(DhcpBinding* binding, DhcpPool* pool) {
