@@ -1,0 +1,125 @@
+/// The server's task, its ageing and its socket.
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <functional>
+
+#include "platform/task.h"
+#include "tests/unit/bench.h"
+
+namespace {
+
+using bench::device;
+using bench::ip;
+using bench::mac_number;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class ServerTask : public bench::ServerBench {
+ protected:
+  void SetUp() override {
+    ServerBench::SetUp();
+    make_pool();
+    row_.name = "dhcps";
+    row_.init = dhcps_task_init;
+    row_.entry = dhcps_task_entry;
+  }
+  void run_until(const std::function<bool()>& done) {
+    ASSERT_EQ(stask_start(&row_, 0), 0);
+    while (!done()) sched_yield();
+    stask_stop(&row_);
+  }
+  static int conflicts() {
+    dhcp_server_mutex_lock_func();
+    const int count = dhcps_cfg.conflicts.count;
+    dhcp_server_mutex_unlock_func();
+    return count;
+  }
+  ModuleTaskEntry row_{};
+};
+
+TEST_F(ServerTask, OfferLivesFiveSeconds) {
+  offered(bench::discover(mac_number(1)));
+  at(4);
+  age();
+  EXPECT_THAT(leases(), SizeIs(1));
+  at(5);
+  age();
+  EXPECT_THAT(leases(), IsEmpty());
+}
+
+TEST_F(ServerTask, LeaseEndsAtItsTimeAndAnInfiniteOneNever) {
+  dhcp_server_set_pool_lease(1, 100);
+  lease(mac_number(1));
+  dhcp_server_set_pool_lease(1, 0xffffffff);
+  lease(mac_number(2));
+  dhcp_server_set_pool_lease(1, 0xfffffff0);
+  lease(mac_number(3));
+  EXPECT_EQ(leases()[1].expire, 0xffffffffu);
+  EXPECT_EQ(leases()[0].expire, 0xfffffffeu) << "a long lease does not wrap into the past";
+  at(99);
+  age();
+  EXPECT_THAT(leases(), SizeIs(3));
+  at(100);
+  age();
+  EXPECT_THAT(leases(), SizeIs(2));
+}
+
+TEST_F(ServerTask, ConflictLastsADayFromItsLastReport) {
+  dhcp_add_conflict_ip(ip(192, 168, 1, 10));
+  at(1000);
+  dhcp_add_conflict_ip(ip(192, 168, 1, 10));
+  EXPECT_EQ(dhcps_cfg.conflicts.count, 1);
+  at(1000 + 86400);
+  age();
+  EXPECT_EQ(dhcps_cfg.conflicts.count, 1);
+  at(1000 + 86401);
+  age();
+  EXPECT_EQ(dhcps_cfg.conflicts.count, 0);
+}
+
+TEST_F(ServerTask, BindingOfAVanishedPoolStays) {
+  lease(mac_number(1));
+  dhcp_get_pool_by_id(1)->pool_id = 7;
+  at(10 * 86400);
+  age();
+  EXPECT_THAT(leases(), SizeIs(1));
+  dhcp_get_pool_by_id(7)->pool_id = 1;
+}
+
+TEST_F(ServerTask, AgesWithTheServerOffAndAgainAfterAStop) {
+  for (int round = 0; round < 2; ++round) {
+    dhcp_add_conflict_ip(ip(192, 168, 1, 11));
+    device().now += 86401;
+    run_until([] { return conflicts() == 0; });
+  }
+  EXPECT_EQ(device().slept_us() % 1000000, 0);
+  EXPECT_GE(device().logged("DHCP Server mutex try to lock() ++++++++++++++++", "dhcpc"), 2);
+}
+
+TEST_F(ServerTask, DatagramOnTheSocketIsThrownAway) {
+  int pair[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, pair), 0);
+  dhcps_cfg.sock = pair[0];
+  ASSERT_EQ(send(pair[1], "x", 1, 0), 1);
+  char byte = 0;
+  run_until([&] { return recv(pair[0], &byte, 1, MSG_PEEK | MSG_DONTWAIT) == -1; });
+  EXPECT_THAT(device().take_sent(), IsEmpty());
+  dhcp_server_close_socket();
+  close(pair[1]);
+}
+
+TEST_F(ServerTask, BusyPortIsToldAndTheSocketKept) {
+  device().bind_error = EADDRINUSE;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(dhcp_server_open_socket(), -1);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "dhcp server socket bind error : Address already in use\n");
+  EXPECT_EQ(device().logged_at("dhcp server socket bind error : Address already in use\n", "dhcpc"), 1);
+  EXPECT_THAT(device().calls(), testing::Contains("bind(67)"));
+  EXPECT_GE(dhcps_cfg.sock.load(), 0);
+  dhcp_server_close_socket();
+  EXPECT_EQ(dhcps_cfg.sock.load(), -1);
+  dhcp_server_close_socket();
+}
+
+}  // namespace
