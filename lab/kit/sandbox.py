@@ -45,6 +45,8 @@ def furnish(build, keep):
         run("mount", "--bind", f"/proc/self/fd/{descriptor}", f"{HERE}/{name}", pass_fds=[descriptor])
     only_root()
     os.chdir(HERE)
+    os.environ["HOME"] = HERE  # nobody's settings
+    os.environ.pop("XDG_CONFIG_HOME", None)
     run("ip", "link", "set", "lo", "up")
 
 

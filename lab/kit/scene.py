@@ -1,6 +1,7 @@
 """A scene: ports with hosts, configuration lines, and steps that say what they show and check it.
 
-A scene file has TITLE, PORTS, CONFIG and steps; it is played by `lab/run` for a reader and for the checks alike.
+A scene file has TITLE, PORTS, CONFIG and STEPS, and may have a LOG_LEVEL; `lab/run` plays it for a reader and for the
+checks alike.
 """
 import re
 import socket
@@ -42,7 +43,7 @@ class Lab:
         self.scene = scene
         self.hosts = {port.host: Host(port.host, port.number) for port in scene.PORTS}
         self.wire = Wire(list(self.hosts.values()), CAPTURE)
-        self.switch = Switch(build)
+        self.switch = Switch(build, getattr(scene, "LOG_LEVEL", 6))
         self.passed, self.failed = 0, []
         self.kept = {}  # what a step leaves for later ones
 
@@ -110,6 +111,9 @@ class Lab:
                          judge.sees_damage(answer, f"{HERE}/damaged.pcapng"))
         self.say(f"{judge.sent_by_switch(CAPTURE)} frames came out of the switch")
         self.expect("frames among them that are malformed or have a bad checksum", judge.faults(CAPTURE), [])
+        senders = {frame.data[6:12].hex(":") for frame in self.wire.seen if not frame.from_switch} | {self.switch.mac}
+        strangers = {frame.data[6:12].hex(":") for frame in self.wire.seen if frame.from_switch} - senders
+        self.expect("senders among them that are neither the switch nor a host", strangers, set())
 
 
 def _place(error):

@@ -8,13 +8,15 @@ from kit.sandbox import HERE
 
 SOCKET = f"{HERE}/switch.sock"
 CONFIG = f"{HERE}/switch.conf"  # `write memory` writes it, too
+MAC = "02:00:00:00:00:fe"
 LOG = f"{HERE}/switch.log"
 
 
 class Switch:
-    config = CONFIG
+    config, mac = CONFIG, MAC
 
-    def __init__(self, build):
+    def __init__(self, build, log_level):
+        self.log_level = log_level
         self.program = f"{build}/bin/softswitch"
         self.client = f"{build}/bin/switchctl"
         self.process = None
@@ -29,8 +31,8 @@ class Switch:
         log = open(LOG, "a", encoding="utf-8")  # noqa: the child's from here on
         self.log_start = os.path.getsize(LOG)
         self.process = subprocess.Popen(
-            [self.program, "--config", CONFIG, "--socket", SOCKET, "--foreground"], stdin=subprocess.DEVNULL,
-            stdout=log, stderr=log)
+            [self.program, "--config", CONFIG, "--socket", SOCKET, "--foreground", "--mac", MAC, "--log-level",
+             str(self.log_level)], stdin=subprocess.DEVNULL, stdout=log, stderr=log)
         log.close()
         deadline = time.monotonic() + 15
         while time.monotonic() < deadline:

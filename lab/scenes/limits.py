@@ -4,6 +4,7 @@ from kit.scene import Port, steps_of
 
 TITLE = "How much the server holds"
 PORTS = [Port(1, "carl", "10")]
+LOG_LEVEL = 7
 OWN, MOST_BINDINGS = "192.168.8.1", 500
 CONFIG = f"""
 vlan 10
@@ -70,6 +71,7 @@ def bindings(lab):
     lab.expect("different addresses given", len(held), MOST_BINDINGS)
     lab.show("show ip dhcp binding | include Total")
     lab.expect("answer to the next client", clients[-1].silence(DISCOVER), None)
+    lab.expect_that("the log says why", "reach max dhcp binding count 500 limit" in lab.switch.said())
     first = clients[0]
     first.send(RELEASE, ciaddr="192.168.8.2", options=[(54, ip_bytes(OWN))], unicast=True)
     lab.wait_until(lambda: "192.168.8.2" not in lab.switch.bindings(), 5, "the row to go")
