@@ -60,12 +60,12 @@ void set_switch(const char* family, const std::string& name, const char* what, i
   std::fclose(file);
 }
 
-std::string set_up(const std::string& name) {
+std::string set_flags(const std::string& name, short flags) {
   const Asking ask(AF_INET);
   ifreq request = request_for(name);
   std::string refused = ask.call(SIOCGIFFLAGS, request);
-  if (!refused.empty() || (request.ifr_flags & IFF_UP) != 0) return refused;
-  request.ifr_flags = static_cast<short>(request.ifr_flags | IFF_UP);
+  if (!refused.empty() || (request.ifr_flags & flags) == flags) return refused;
+  request.ifr_flags = static_cast<short>(request.ifr_flags | flags);
   return ask.call(SIOCSIFFLAGS, request);
 }
 
@@ -85,7 +85,7 @@ void stop_merging(const std::string& name) {
 std::string bring_up(const std::string& name) {
   set_switch("ipv6", name, "disable_ipv6", 1);
   stop_merging(name);
-  return set_up(name);
+  return set_flags(name, IFF_UP | IFF_NOARP);  // or the kernel would answer on the port for the CPU's addresses
 }
 
 std::string bring_up_host(const std::string& name) {
@@ -95,7 +95,7 @@ std::string bring_up_host(const std::string& name) {
   set_switch("ipv4", name, "arp_ignore", 1);    // each interface answers for the address it bears,
   set_switch("ipv4", name, "arp_announce", 2);  // and asks in its name
   stop_merging(name);
-  return set_up(name);
+  return set_flags(name, IFF_UP);
 }
 
 bool is_running(const std::string& name) {
