@@ -8,6 +8,7 @@
 
 #include "platform/text.h"
 #include "softswitch/fabric.h"
+#include "softswitch/running_tasks.h"
 #include "softswitch/vlan_interfaces.h"
 
 namespace dhcp::softswitch {
@@ -128,6 +129,7 @@ class Control : public SwitchControl {
   }
 
   QueueCounters event_queue() const override { return fabric().queue_counters(); }
+  std::vector<TaskRow> tasks() const override { return running_tasks(); }
   std::string mac_address() const override {
     char text[18];
     return onu_mac2str(fabric().with([](FabricState& s) { return s.bridge.cpu_mac; }).data(), text);

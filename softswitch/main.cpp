@@ -3,9 +3,11 @@
 #include <csignal>
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "dhcp/module.h"
 #include "softswitch/background.h"
+#include "softswitch/cli/reference.h"
 #include "softswitch/command_line.h"
 #include "softswitch/control.h"
 #include "softswitch/fabric.h"
@@ -75,6 +77,9 @@ bool run(const Options& options, Background& background) {
 }  // namespace
 
 int main(int count, char** words) {
+  if (count == 2 && std::string_view(words[1]) == "--print-commands") {
+    return std::fputs(cli::command_reference().c_str(), stdout) < 0 ? 1 : 0;
+  }
   const auto options = read_options(count, words);
   if (!options) return 2;
   set_log_level(options->log_level);

@@ -16,6 +16,7 @@ constexpr uint32_t fewest_ports = 1, most_ports_of_device = 26;  // the module c
 
 constexpr const char* usage =
     "usage: softswitch --config FILE --socket PATH [--foreground] [--ports N] [--mac ADDRESS] [--log-level N]\n"
+    "       softswitch --print-commands\n"
     "  --config FILE    configuration, as `show running-config` prints it\n"
     "  --socket PATH    where switchctl reaches the command line\n"
     "  --foreground     stay, and log to standard error\n"

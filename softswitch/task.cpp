@@ -3,12 +3,14 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <map>
 #include <memory>
 #include <mutex>
 
 #include "softswitch/cancel_hold.h"
+#include "softswitch/running_tasks.h"
 
 namespace dhcp::softswitch {
 namespace {
@@ -72,6 +74,17 @@ void forget(ModuleTaskEntry* row) {
 }
 
 }  // namespace
+
+std::vector<TaskRow> running_tasks() {
+  std::vector<TaskRow> rows;
+  const HeldLock held(tasks().lock);
+  for (const auto& [row, task] : tasks().by_row) {
+    if (row->tid != no_task) rows.push_back({row->name, row->tid, row->pid});
+  }
+  std::sort(rows.begin(), rows.end(), [](const TaskRow& a, const TaskRow& b) { return a.id < b.id; });
+  return rows;
+}
+
 }  // namespace dhcp::softswitch
 
 using namespace dhcp::softswitch;

@@ -47,6 +47,7 @@ class FakeSwitch : public SwitchControl {
   std::vector<MacRow> mac_table() const override { return macs; }
   void clear_mac_table() override { macs.clear(); }
   QueueCounters event_queue() const override { return {}; }
+  std::vector<TaskRow> tasks() const override { return {}; }
   std::string mac_address() const override { return "02:00:00:00:00:01"; }
 
  private:
