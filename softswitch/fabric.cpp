@@ -164,6 +164,7 @@ Fabric::Arrival Fabric::inspect(uint32_t port, const RingFrame& in) const {
 std::optional<SwitchedFrame> Fabric::admit(uint32_t port, const RingFrame& in, const FrameMap& map) {
   const bool beside = in.stripped && in.tag_type == type_tag;
   const bool inside = !beside && map.tagged;
+  if (inside && in.large != nullptr) return std::nullopt;  // the note counts with the tag in place
   const uint16_t control = beside ? in.tci : inside ? load_be16(in.data + 14) : uint16_t{0};
   std::optional<uint16_t> tag;
   if (beside || inside) tag = control & 0xfff;
@@ -175,6 +176,7 @@ std::optional<SwitchedFrame> Fabric::admit(uint32_t port, const RingFrame& in, c
   frame.tci = static_cast<uint16_t>((control & 0xf000) | *vlan);
   frame.macs = in.data;
   frame.rest = {in.data + (inside ? 16 : 12), in.data + in.size};
+  frame.large = in.large;
   return frame;
 }
 
@@ -184,7 +186,7 @@ Fabric::Progress Fabric::receive(uint32_t port, const RingFrame& in, bool hold) 
   bool taken = in.usable && state_.bridge.acceptable(in.data);
   if (taken) {
     arrival = inspect(port, in);
-    if (hold && queue_ != nullptr && arrival.for_module() && no_room()) return Progress::held;
+    if (hold && queue_ != nullptr && arrival.for_module() && in.large == nullptr && no_room()) return Progress::held;
   }
   ++counters.rx_frames;
   counters.rx_bytes += in.size;
@@ -235,25 +237,24 @@ void Fabric::trap(uint32_t port, const SwitchedFrame& frame, uint32_t type) {
 
 // ---- to the ports
 
-void Fabric::emit(uint32_t port, const SwitchedFrame& frame, bool tagged) {
-  PacketDevice* const device = ports_[port].device.get();
-  if (device == nullptr) return;
+void Fabric::emit(PacketDevice& device, const SwitchedFrame& frame, bool tagged) {
   uint8_t head[16];
   std::memcpy(head, frame.macs, 12);
   store_be16(head + 12, type_tag);
   store_be16(head + 14, frame.tci);
-  if (!device->pending()) dirty_.push_back(device);
-  device->queue({head, tagged ? 16u : 12u}, frame.rest);
+  const std::span<const uint8_t> front(head, tagged ? 16 : 12);
+  if (frame.large != nullptr) return device.send_large(*frame.large, front, frame.rest);
+  if (!device.pending()) dirty_.push_back(&device);
+  device.queue(front, frame.rest);
 }
 
 void Fabric::forward(const SwitchedFrame& frame, uint32_t ingress) {
   const Bridge& bridge = state_.bridge;
   const uint16_t vlan = frame.vlan();
   const Decision decision = bridge.decide(vlan, frame.macs, ingress);
-  for (PortSet left = decision.ports; left != 0; left &= left - 1) {
-    const auto port = static_cast<uint32_t>(__builtin_ctzll(left));
-    if (port <= port_count_) emit(port, frame, bridge.vlans.leaves_tagged(port, vlan));
-  }
+  for (uint32_t port = 1; port <= port_count_; ++port)
+    if ((decision.ports & port_bit(port)) != 0 && ports_[port].device)
+      emit(*ports_[port].device, frame, bridge.vlans.leaves_tagged(port, vlan));
   if (!decision.cpu) return;
   const auto cpu = cpu_.find(vlan);
   if (cpu != cpu_.end()) deliver(*cpu->second, frame);
@@ -278,8 +279,8 @@ int Fabric::transmit(const skpack& skp, intf_order_list* listed, uint32_t vlan, 
   if (mode == 0) wanted &= ~port_bit(skp.in_intf);
   if (vlan != vlan_untagged) wanted &= vlans.members(mode == 0 ? vlan : frame.vlan());
   for (uint32_t port = 1; port <= port_count_; ++port)
-    if ((wanted & port_bit(port)) != 0)
-      emit(port, frame, vlan != vlan_untagged && vlans.leaves_tagged(port, frame.vlan()));
+    if ((wanted & port_bit(port)) != 0 && ports_[port].device)
+      emit(*ports_[port].device, frame, vlan != vlan_untagged && vlans.leaves_tagged(port, frame.vlan()));
   if (!collect) flush();
   return 0;
 }
@@ -293,12 +294,12 @@ void Fabric::receive_from_cpu(uint16_t vlan, const RingFrame& in) {
   frame.macs = in.data;
   frame.tci = vlan;
   frame.rest = {in.data + 12, in.data + in.size};
+  frame.large = in.large;
   forward(frame, 0);
 }
 
 void Fabric::deliver(PacketDevice& cpu, const SwitchedFrame& frame) {
-  if (!cpu.pending()) dirty_.push_back(&cpu);
-  cpu.queue({frame.macs, 12}, frame.rest);
+  emit(cpu, frame, false);
   // The CPU interface hands ARP answers up a second time with six bytes of lead behind the type, as the device's does.
   constexpr size_t operation = 8;
   if (frame.rest.size() < operation + 2 || load_be16(frame.rest.data()) != type_arp) return;

@@ -42,6 +42,7 @@ struct SwitchedFrame {
   const uint8_t* macs = nullptr;
   uint16_t tci = 0;
   std::span<const uint8_t> rest;
+  const OffloadNote* large = nullptr;  // what is left to do with a large frame
   uint16_t vlan() const { return tci & 0xfff; }
 };
 
@@ -125,7 +126,7 @@ class Fabric {
   void trap(uint32_t port, const SwitchedFrame& frame, uint32_t type);
   void forward(const SwitchedFrame& frame, uint32_t ingress);
   void deliver(PacketDevice& cpu, const SwitchedFrame& frame);
-  void emit(uint32_t port, const SwitchedFrame& frame, bool tagged);
+  void emit(PacketDevice& device, const SwitchedFrame& frame, bool tagged);
   void flush();
 
   void open_port(uint32_t port);

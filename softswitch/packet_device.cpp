@@ -16,13 +16,31 @@
 namespace dhcp::softswitch {
 namespace {
 
-constexpr int all_protocols = 0x0003;  // ETH_P_ALL
+constexpr uint16_t all_protocols = 0x0003;  // ETH_P_ALL
 constexpr uint32_t block_size = 1 << 16;
-constexpr int send_buffer = 4 << 20;
+constexpr int kernel_buffer = 4 << 20;
+constexpr size_t large_size = 1 << 17;
 
 bool set(int fd, int level, int name, int value) { return setsockopt(fd, level, name, &value, sizeof value) == 0; }
 
-std::string reason(const char* what) { return std::string(what) + ": " + std::strerror(errno); }
+void enlarge(int fd, int forced, int asked) {
+  if (!set(fd, SOL_SOCKET, forced, kernel_buffer)) set(fd, SOL_SOCKET, asked, kernel_buffer);
+}
+
+bool bind_to(int fd, int index, uint16_t protocol) {
+  sockaddr_ll address{};
+  address.sll_family = AF_PACKET;
+  address.sll_protocol = htons(protocol);
+  address.sll_ifindex = index;
+  return bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+bool hear_everything(int fd, int index) {
+  packet_mreq promiscuous{};
+  promiscuous.mr_ifindex = index;
+  promiscuous.mr_type = PACKET_MR_PROMISC;
+  return setsockopt(fd, SOL_PACKET, PACKET_ADD_MEMBERSHIP, &promiscuous, sizeof promiscuous) == 0;
+}
 
 }  // namespace
 
@@ -32,7 +50,7 @@ struct PacketDevice::Batch {
   std::array<std::array<uint8_t, slot_size>, batch_frames> room;
 };
 
-PacketDevice::PacketDevice(int fd, int index) : fd_(fd), index_(index), batch_(new Batch) {
+PacketDevice::PacketDevice(int fd, int sender, int index) : fd_(fd), sender_(sender), index_(index), batch_(new Batch) {
   for (unsigned i = 0; i < batch_frames; ++i) {
     batch_->part[i].iov_base = batch_->room[i].data();
     batch_->message[i].msg_hdr.msg_iov = &batch_->part[i];
@@ -42,11 +60,14 @@ PacketDevice::PacketDevice(int fd, int index) : fd_(fd), index_(index), batch_(n
 
 PacketDevice::~PacketDevice() {
   if (ring_ != nullptr) munmap(ring_, size_t{slots_} * slot_size);
-  close(fd_);
+  for (const int fd : {fd_, sender_})
+    if (fd >= 0) close(fd);
 }
 
 bool PacketDevice::map_ring(uint32_t slots) {
   if (!set(fd_, SOL_PACKET, PACKET_VERSION, TPACKET_V2)) return false;
+  set(fd_, SOL_PACKET, PACKET_VNET_HDR, 1);
+  set(fd_, SOL_PACKET, PACKET_COPY_THRESH, 1);
   tpacket_req request{};
   request.tp_frame_size = slot_size;
   request.tp_frame_nr = slots;
@@ -60,18 +81,6 @@ bool PacketDevice::map_ring(uint32_t slots) {
   return true;
 }
 
-bool PacketDevice::bind_to(int index) {
-  sockaddr_ll address{};
-  address.sll_family = AF_PACKET;
-  address.sll_protocol = htons(all_protocols);
-  address.sll_ifindex = index;
-  if (bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return false;
-  packet_mreq promiscuous{};
-  promiscuous.mr_ifindex = index;
-  promiscuous.mr_type = PACKET_MR_PROMISC;
-  return setsockopt(fd_, SOL_PACKET, PACKET_ADD_MEMBERSHIP, &promiscuous, sizeof promiscuous) == 0;
-}
-
 std::unique_ptr<PacketDevice> PacketDevice::open(const std::string& ifname, uint32_t slots, std::string& error) {
   const int index = static_cast<int>(if_nametoindex(ifname.c_str()));
   if (index == 0) {
@@ -79,15 +88,14 @@ std::unique_ptr<PacketDevice> PacketDevice::open(const std::string& ifname, uint
     return nullptr;
   }
   const int fd = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
-  if (fd < 0) {
-    error = reason("packet socket");
-    return nullptr;
-  }
-  std::unique_ptr<PacketDevice> device(new PacketDevice(fd, index));
+  const int sender = socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
+  std::unique_ptr<PacketDevice> device(new PacketDevice(fd, sender, index));
   set(fd, SOL_PACKET, PACKET_IGNORE_OUTGOING, 1);
-  if (!set(fd, SOL_SOCKET, SO_SNDBUFFORCE, send_buffer)) set(fd, SOL_SOCKET, SO_SNDBUF, send_buffer);
-  if (!device->map_ring(slots) || !device->bind_to(index)) {
-    error = reason(ifname.c_str());
+  enlarge(fd, SO_RCVBUFFORCE, SO_RCVBUF);
+  enlarge(sender, SO_SNDBUFFORCE, SO_SNDBUF);
+  if (!device->map_ring(slots) || !bind_to(sender, index, 0) || !bind_to(fd, index, all_protocols) ||
+      !hear_everything(fd, index)) {
+    error = ifname + ": " + std::strerror(errno);
     return nullptr;
   }
   bring_up(ifname);
@@ -105,7 +113,24 @@ bool PacketDevice::peek(RingFrame& out) {
   out.stripped = (status & TP_STATUS_VLAN_VALID) != 0;
   out.tci = header->tp_vlan_tci;
   out.tag_type = (status & TP_STATUS_VLAN_TPID_VALID) != 0 ? header->tp_vlan_tpid : type_tag;
+  out.large = nullptr;
+  if ((status & TP_STATUS_COPY) != 0) read_large(out);
   return true;
+}
+
+void PacketDevice::read_large(RingFrame& out) {
+  if (!large_) large_.reset(new uint8_t[large_size]);
+  iovec parts[2] = {{&note_, sizeof note_}, {large_.get(), large_size}};
+  msghdr message{};
+  message.msg_iov = parts;
+  message.msg_iovlen = 2;
+  const ssize_t got = recvmsg(fd_, &message, MSG_DONTWAIT);
+  if (got < static_cast<ssize_t>(sizeof note_ + ether_size) || (message.msg_flags & MSG_TRUNC) != 0) return;
+  out.data = large_.get();
+  out.size = static_cast<uint32_t>(got) - static_cast<uint32_t>(sizeof note_);
+  out.usable = true;
+  out.unfinished = false;  // the note says what is to be finished, and where
+  out.large = &note_;
 }
 
 void PacketDevice::pop() {
@@ -127,10 +152,32 @@ bool PacketDevice::queue(std::span<const uint8_t> head, std::span<const uint8_t>
   return true;
 }
 
+void PacketDevice::send_large(const OffloadNote& note, std::span<const uint8_t> head, std::span<const uint8_t> rest) {
+  flush();  // first what came first
+  OffloadNote moved = note;
+  const auto shift = static_cast<uint16_t>(head.size() - 2 * mac_size);  // a tag moves everything behind it
+  if ((note.flags & OffloadNote::needs_checksum) != 0)
+    moved.checksum_from = static_cast<uint16_t>(moved.checksum_from + shift);
+  if (note.header_size != 0) moved.header_size = static_cast<uint16_t>(moved.header_size + shift);
+  std::array<uint8_t, 16> front{};
+  std::memcpy(front.data(), head.data(), head.size());
+  iovec parts[3] = {
+      {&moved, sizeof moved}, {front.data(), head.size()}, {const_cast<uint8_t*>(rest.data()), rest.size()}};
+  msghdr message{};
+  message.msg_iov = parts;
+  message.msg_iovlen = 3;
+  if (sendmsg(fd_, &message, MSG_DONTWAIT) < 0) {
+    ++counters_.tx_failed;
+    return;
+  }
+  ++counters_.tx_frames;
+  counters_.tx_bytes += head.size() + rest.size();
+}
+
 void PacketDevice::flush() {
   unsigned from = 0;
   while (from < queued_) {
-    const int sent = sendmmsg(fd_, &batch_->message[from], queued_ - from, MSG_DONTWAIT);
+    const int sent = sendmmsg(sender_, &batch_->message[from], queued_ - from, MSG_DONTWAIT);
     if (sent < 0) {
       if (errno == EINTR) continue;
       ++counters_.tx_failed;  // the first of them was refused; the rest may still go

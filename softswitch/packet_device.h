@@ -1,5 +1,8 @@
 /// One Linux interface as the switch drives it: a receive ring shared with the kernel, and a batch of frames to send.
 ///
+/// Frames too long for the ring (local kernels send TCP in pieces of 64 KiB, to be cut by a network card) come beside
+/// it with a note of what is left to do, and go on as they came, note and all.
+///
 /// Received frames are read where the kernel put them; none is copied before the switch knows where it goes. Sent
 /// frames are collected and handed over in one call. (A transmit ring would spare a copy, but the kernel gives its
 /// slots back before a receiver in another namespace has read them.) Used under the fabric's lock.
@@ -13,15 +16,24 @@
 
 namespace dhcp::softswitch {
 
-/// A frame in the ring: at least `headroom` bytes before it may be written too.
+/// What the kernel leaves to the network card on a large frame: its struct virtio_net_hdr (whose own header is no C++).
+struct OffloadNote {
+  static constexpr uint8_t needs_checksum = 1;
+  uint8_t flags = 0, cut_as = 0;
+  uint16_t header_size = 0, cut_size = 0;
+  uint16_t checksum_from = 0, checksum_at = 0;
+};
+static_assert(sizeof(OffloadNote) == 10);
+
+/// A received frame, at its place in the ring or in the device's buffer for large ones.
 struct RingFrame {
-  static constexpr uint32_t headroom = 8;
   uint8_t* data = nullptr;
   uint32_t size = 0;
   bool usable = false;      // whole, and an Ethernet frame
   bool unfinished = false;  // the sender's kernel left the UDP or TCP checksum out
   bool stripped = false;    // a tag came beside the frame
   uint16_t tag_type = 0, tci = 0;
+  const OffloadNote* large = nullptr;  // what is left to do with a large frame
 };
 
 class PacketDevice {
@@ -38,12 +50,14 @@ class PacketDevice {
   int fd() const { return fd_; }
   int index() const { return index_; }
 
-  /// The oldest received frame; it stays in the ring until pop().
+  /// The oldest received frame; it stays in the ring until pop(). One that is large can be looked at only once.
   bool peek(RingFrame& out);
   void pop();
 
   /// Adds a frame to the batch; the two parts are joined. False when it is too long. A full batch is sent first.
   bool queue(std::span<const uint8_t> head, std::span<const uint8_t> rest);
+  /// Sends a large frame, at once.
+  void send_large(const OffloadNote& note, std::span<const uint8_t> head, std::span<const uint8_t> rest);
   bool pending() const { return queued_ != 0; }
   void flush();
 
@@ -56,15 +70,19 @@ class PacketDevice {
 
  private:
   struct Batch;
-  PacketDevice(int fd, int index);
+  PacketDevice(int fd, int sender, int index);
   bool map_ring(uint32_t slots);
-  bool bind_to(int index);
+  void read_large(RingFrame& out);
   uint8_t* slot() const { return ring_ + size_t{at_} * slot_size; }
 
-  int fd_, index_;
+  int fd_;      // receives, and sends what is large
+  int sender_;  // sends the rest, without a note for each
+  int index_;
   uint8_t* ring_ = nullptr;
   uint32_t slots_ = 0, at_ = 0;
   std::unique_ptr<Batch> batch_;
+  std::unique_ptr<uint8_t[]> large_;  // made with the first large frame
+  OffloadNote note_;
   unsigned queued_ = 0;
   Counters counters_;
 };
