@@ -45,8 +45,14 @@ std::string failure(const std::string& path, const char* what) {
   return path + ": " + what + ": " + std::strerror(errno);
 }
 
-/// A socket file that nobody listens on is a left-over and goes away.
+bool is_socket(const char* path) {
+  struct stat found {};
+  return stat(path, &found) == 0 && S_ISSOCK(found.st_mode);
+}
+
+/// A socket that nobody listens on is a left-over and goes away; any other file stays.
 bool someone_listens(const sockaddr_un& address) {
+  if (!is_socket(address.sun_path)) return false;
   const int probe = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (probe < 0) return false;
   const bool answered = connect(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;

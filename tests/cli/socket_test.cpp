@@ -1,12 +1,17 @@
 /// What goes over the socket: batch framing, and the terminal's editing, help, paging and carets.
 #include "softswitch/cli/socket.h"
 
-#include <poll.h>
 #include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <fstream>
+#include <memory>
 #include <thread>
 
+#include "softswitch/cli/running_config.h"
+#include "softswitch/command_line.h"
 #include "tests/cli/bench.h"
 
 namespace dhcp::softswitch::cli {
@@ -59,7 +64,6 @@ TEST_F(SocketTest, BatchAnswersAreFramed) {
 }
 
 TEST_F(SocketTest, ALineWithoutEndIsNotKeptForEver) {
-  send_all(-1, "");
   say("batch\nconfigure\n", "ok 0\n");
   EXPECT_THAT(say(std::string(2 * max_line, 'x'), ""), "");
   join();  // the connection is dropped
@@ -92,6 +96,86 @@ TEST_F(SocketTest, LongOutputStopsAtThePagesFoot) {
   EXPECT_THAT(say(" ", " --More-- "), HasSubstr("Gi7"));
   EXPECT_THAT(say("q", "switch# "), Not(HasSubstr("Gi8")));
   EXPECT_THAT(say("terminal length 0\rshow interfaces\r", "Gi10"), Not(HasSubstr("More")));
+}
+
+/// The listening side, and the program that operators use.
+class CommandServerTest : public CliTest {
+ protected:
+  struct Result {
+    int status;
+    std::string out;
+  };
+  /// Runs switchctl; standard error is part of what it says.
+  Result switchctl(const std::string& arguments, const std::string& input = "") {
+    const std::string script = directory + "/input";
+    std::ofstream(script) << input;
+    const std::string line = std::string(SWITCHCTL) + " --socket " + path + " " + arguments + " <" + script + " 2>&1";
+    FILE* pipe = popen(line.c_str(), "re");
+    Result result{-1, {}};
+    for (int c; (c = std::fgetc(pipe)) != EOF;) result.out += static_cast<char>(c);
+    result.status = WEXITSTATUS(pclose(pipe));
+    return result;
+  }
+  void start(CommandServer& server) {
+    std::string error;
+    ASSERT_TRUE(server.start(error)) << error;
+  }
+
+  const std::string path = directory + "/socket";
+};
+
+TEST_F(CommandServerTest, CommandsStopAtTheFirstRefusedOne) {
+  CommandServer server(path, "");
+  start(server);
+  const Result good = switchctl("-c configure -c 'vlan 5' -c 'do show vlan'");
+  EXPECT_EQ(good.status, 0);
+  EXPECT_THAT(good.out, HasSubstr("   5  -"));
+  const Result bad = switchctl("-c configure -c 'vlan 6' -c 'vlan x' -c 'vlan 7'");
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_EQ(bad.out, "a VLAN identifier must be a number from 1 to 4094\nvlan x\n     ^\n");
+  EXPECT_EQ(fake().vlan_set, (std::set<uint16_t>{1, 5, 6}));
+}
+
+TEST_F(CommandServerTest, AScriptSaysWhereItStopped) {
+  CommandServer server(path, "");
+  start(server);
+  EXPECT_EQ(switchctl("", "configure\r\n! a comment\n\nvlan 5\nend\nexit\n").status, 0);
+  const Result bad = switchctl("", "configure\n\nvlan 0\nvlan 6\n");
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_EQ(bad.out, "-:3: a VLAN identifier must be a number from 1 to 4094\nvlan 0\n     ^\n");
+  EXPECT_EQ(fake().vlan_set, (std::set<uint16_t>{1, 5}));
+}
+
+TEST_F(CommandServerTest, EndsItsOperatorsAndLeavesNoSocket) {
+  auto server = std::make_unique<CommandServer>(path, "");
+  start(*server);
+  std::string error;
+  EXPECT_FALSE(CommandServer(path, "").start(error));
+  EXPECT_THAT(error, HasSubstr("another switch listens here"));
+  FILE* operator_ = popen((std::string(SWITCHCTL) + " --socket " + path + " >/dev/null 2>&1").c_str(), "we");
+  std::fputs("configure\nvlan 9\n", operator_);
+  std::fflush(operator_);
+  while (Session().run("show vlan | count 9").text.find("1 lines") == std::string::npos) std::this_thread::yield();
+  server.reset();
+  pclose(operator_);
+  EXPECT_EQ(switchctl("-c 'show vlan'").status, 1);
+  EXPECT_NE(access(path.c_str(), F_OK), 0);
+}
+
+TEST_F(CommandServerTest, ReplacesALeftOverSocketButNoOtherFile) {
+  const std::string file = directory + "/precious";
+  std::ofstream(file) << "kept";
+  std::string error;
+  EXPECT_FALSE(CommandServer(file, "").start(error));
+  EXPECT_EQ(read_file(file), "kept");
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  const int crashed = socket(AF_UNIX, SOCK_STREAM, 0);
+  ASSERT_EQ(bind(crashed, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  close(crashed);
+  CommandServer server(path, "");
+  start(server);
 }
 
 }  // namespace

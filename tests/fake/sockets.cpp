@@ -11,13 +11,15 @@ extern "C" {
 
 int __real_poll(pollfd* fds, nfds_t count, int timeout_ms);
 int __wrap_poll(pollfd* fds, nfds_t count, int timeout_ms);
+int __real_bind(int socket, const sockaddr* address, socklen_t size);
 int __wrap_bind(int socket, const sockaddr* address, socklen_t size);
 
 /// No wait longer than a millisecond.
 int __wrap_poll(pollfd* fds, nfds_t count, int timeout_ms) { return __real_poll(fds, count, std::min(timeout_ms, 1)); }
 
 /// Low ports need rights, so the port is only written down.
-int __wrap_bind(int, const sockaddr* address, socklen_t) {
+int __wrap_bind(int socket, const sockaddr* address, socklen_t size) {
+  if (address->sa_family == AF_UNIX) return __real_bind(socket, address, size);
   const auto* bytes = reinterpret_cast<const unsigned char*>(address->sa_data);
   fake::device().call("bind(" + std::to_string(bytes[0] << 8 | bytes[1]) + ")");
   errno = fake::device().bind_error;
