@@ -32,7 +32,6 @@ def enter(argv):
 
 def furnish(build, keep):
     """Private directories; the build and the directory for captures stay reachable under HERE, wherever they are."""
-    run("mount", "--make-rprivate", "/")
     bind = {"build": build, "keep": keep}
     held = {name: os.open(path, os.O_PATH | os.O_DIRECTORY) for name, path in bind.items() if path}
     for path in ("/run", "/tmp", "/etc/dhcp", "/var/lib/dhcp", "/var/lib/dhcpcd"):
