@@ -117,6 +117,7 @@ int sysmng_vlan_info_get(uint32_t, sysmng_vlan_info*) { return 0; }
 int sysmng_vlan_is_mng_vlan(uint32_t vlan) { return dhcp::bench::vlan_index(vlan) >= 0 ? 1 : 0; }
 
 int sysmng_get_vlan_by_ipaddr(uint32_t ip) {
+  if (ip != 0 && ip == null_device.another_ip) return NullDevice::vlans[0];
   for (size_t index = 0; index < std::size(NullDevice::vlans); ++index) {
     if (NullDevice::vlan_ips[index] == ip) return NullDevice::vlans[index];
   }

@@ -19,6 +19,7 @@ struct NullDevice {
 
   uint32_t now = 1'000'000'000;
   bool macs_known = true;
+  uint32_t another_ip = 0;  // counts as the device's own; 0 = none
   uint64_t frames_sent = 0, log_lines = 0;
   void (*on_frame)(std::span<const uint8_t> frame, const intf_order_list* ports, uint32_t vlan, int mode) = nullptr;
 };

@@ -5,6 +5,7 @@
 /// it ends with status 1 when a message at 499 bindings costs more than 1.5 times that at 1, or when a heap block, a
 /// record or a busy word is left.
 #include <benchmark/benchmark.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -130,6 +131,8 @@ void interface_query(benchmark::State& state) {
 /// Prints as usual and remembers the times, to compare the largest table with the smallest.
 class Comparison : public benchmark::ConsoleReporter {
  public:
+  Comparison() : ConsoleReporter(isatty(STDOUT_FILENO) != 0 ? OO_Defaults : OO_None) {}
+
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {

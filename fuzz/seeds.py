@@ -1,0 +1,94 @@
+#!/usr/bin/python3
+"""Writes the first inputs of each target's corpus: whole frames, frames cut short, options that lie, and short lives of a
+server. What fuzzing has found worth keeping lies beside them under names of its own."""
+import pathlib
+import struct
+
+CORPUS = pathlib.Path(__file__).parent / "corpus"
+COOKIE = bytes([99, 130, 83, 99])
+
+
+def option(code, value):
+    return bytes([code, len(value)]) + value
+
+
+def message(options, sname=b"", file=b"", giaddr=0, hlen=6):
+    fixed = struct.pack("!BBBBIHHIIII", 1, 1, hlen, 0, 0x11223344, 0, 0, 0, 0, 0, giaddr)
+    chaddr = bytes([2, 0, 0, 0, 0, 7]).ljust(16, b"\0")
+    return fixed + chaddr + sname.ljust(64, b"\0") + file.ljust(128, b"\0") + COOKIE + options
+
+
+def frame(dhcp, tagged=True):
+    udp = struct.pack("!HHHH", 68, 67, 8 + len(dhcp), 0) + dhcp
+    ip = struct.pack("!BBHHHBBHII", 0x45, 0, 20 + len(udp), 0, 0, 64, 17, 0, 0, 0xFFFFFFFF) + udp
+    tag = bytes([0x81, 0, 0, 10]) if tagged else b""
+    return b"\xff" * 6 + bytes([2, 0, 0, 0, 0, 7]) + tag + b"\x08\x00" + ip
+
+
+def raw_step(data):
+    """A whole frame as it comes from the wire."""
+    return bytes([6]) + struct.pack("!H", len(data)) + data
+
+
+def client_step(client, chosen, kind, options=0, rest=b"", step=0):
+    """A message that the target builds: client, where from, DHCP type, which options, and their values."""
+    return bytes([step, client, chosen, kind, options]) + rest
+
+
+DISCOVER, REQUEST, DECLINE, RELEASE, INFORM = 1, 3, 4, 7, 8
+CHECK = 0x80
+discover_options = option(53, b"\x01") + option(55, bytes([1, 3, 6, 15, 66, 67])) + b"\xff"
+whole = message(discover_options)
+
+
+def server_door():
+    yield "discover", raw_step(frame(whole)) + bytes([CHECK | 7, 1])
+    yield "untagged", raw_step(frame(whole, tagged=False))
+    yield "relayed", raw_step(frame(message(discover_options, giaddr=0x0A1E0009)))
+    for cut in (0, 13, 14, 18, 37, 38, 45, 46, 285, 286, 287, 289):
+        yield f"cut_{cut}", raw_step(frame(whole)[:cut])
+    lying = bytearray(frame(whole))
+    lying[287] = 250
+    yield "lying_length", raw_step(bytes(lying))
+    long_address = message(option(53, b"\x01") + b"\xff", hlen=255)
+    yield "long_hardware_address", raw_step(frame(long_address))
+    overloaded = message(option(52, b"\x03") + b"\xff", file=option(53, b"\x01") + b"\xff", sname=option(50, bytes([10, 10, 0, 30])) + b"\xff")
+    yield "overload", raw_step(frame(overloaded))
+    lease = client_step(1, 0, DISCOVER, 4) + client_step(1, 0, REQUEST, 3, bytes([2, 0]))
+    yield "lease", lease + bytes([CHECK | 7, 200])
+    yield "late_request", client_step(1, 0, DISCOVER) + bytes([7, 6]) + client_step(1, 0, REQUEST, 3, bytes([2, 0]))
+    yield "decline", lease + client_step(1, 0, DECLINE, 3, bytes([2, 0])) + client_step(2, 0, DISCOVER) + bytes([CHECK | 7, 0x99])
+    yield "release", client_step(1, 0, DISCOVER) + client_step(1, 16, RELEASE, 2, bytes([2, 0]))
+    yield "inform", client_step(1, 16, INFORM, 4)
+    yield "static_host", client_step(0x11, 0, DISCOVER) + client_step(0x11, 0, REQUEST, 3, bytes([4, 0]))
+    yield "exhausted", b"".join(client_step(n, 2, DISCOVER) for n in range(6)) + bytes([CHECK | 7, 1])
+    yield "ranges", bytes([8, 2, 9]) + client_step(1, 0, DISCOVER) + bytes([8, 2, 0x89]) + client_step(2, 0, DISCOVER)
+    yield "last_address", b"".join(client_step(n, 0x80, DISCOVER) for n in range(7))
+    yield "crowd", bytes([14, 255, 14, 255, CHECK | 7, 3, 7, 9])
+    yield "too_many_options", bytes([12, 20, 255]) + client_step(1, 0, DISCOVER, 4)
+    yield "bent", client_step(1, 0, DISCOVER, step=5) + bytes([33])
+    identifier = lambda size: client_step(3, 0, DISCOVER, 8, bytes([size]) + bytes(range(size)))
+    yield "identifiers", b"".join(identifier(size) for size in (0, 1, 2, 32, 33))
+
+
+def options4():
+    yield "message", whole
+    yield "bare", discover_options
+    yield "overload_file", message(option(52, b"\x01") + b"\xff", file=option(54, bytes(4)) + b"\xff")
+    yield "overload_sname", message(option(52, b"\x02") + b"\xff", sname=option(61, bytes(7)) + b"\xff")
+    yield "overload_both", message(option(52, b"\x03") + b"\xff", file=b"\xff", sname=option(50, bytes(4)) + b"\xff")
+    yield "no_end", message(option(53, b"\x01"))
+    yield "empty_last", message(option(53, b"\x01") + bytes([50, 0]))
+    yield "claims_one_more", message(bytes([50, 4, 1, 2, 3]))
+    yield "code_only", message(bytes([50]))
+    yield "pads", message(bytes(68))
+    yield "empty_overload", message(bytes([52, 0, 255]))
+    yield "area_limit", message(bytes(300) + option(50, bytes(6)))
+    yield "write_full", bytes([200, 112]) + bytes([52, 255]) + bytes(255) + bytes([60, 51]) + bytes(51)
+
+
+for target in (server_door, options4):
+    folder = CORPUS / target.__name__
+    folder.mkdir(parents=True, exist_ok=True)
+    for name, data in target():
+        (folder / f"seed_{name}").write_bytes(data)
