@@ -35,10 +35,9 @@ std::optional<Bytes> copy_of(const std::optional<std::span<uint8_t>>& value) {
 
 /// Options of exactly `size` bytes that end with option 43 of `last` value bytes.
 Bytes options_of_size(size_t size, size_t last) {
-  Bytes bytes(size - last - 2, 0);  // pads
-  bytes.push_back(43);
-  bytes.push_back(static_cast<uint8_t>(last));
-  bytes.resize(size, 7);
+  Bytes bytes(size, 0);
+  bytes[size - last - 2] = 43;
+  bytes[size - last - 1] = static_cast<uint8_t>(last);
   return bytes;
 }
 
