@@ -31,10 +31,11 @@ std::vector<Word> split_words(std::string_view line) {
 }
 
 bool same_word(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+  return a.size() == b.size() && begins_with(a, b);
 }
 
 bool begins_with(std::string_view word, std::string_view prefix) {
+  if (prefix.empty()) return true;  // its pointer may be null
   return prefix.size() <= word.size() && strncasecmp(word.data(), prefix.data(), prefix.size()) == 0;
 }
 
