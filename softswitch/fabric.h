@@ -93,6 +93,7 @@ class Fabric {
 
   /// The watch thread's work. `housekeep` is due once a second.
   bool consumer_seen();
+  bool consumer_waits() const { return waiting_.load() != 0; }
   void turn(bool hold);
   void wait(int timeout_ms);
   void wake();
