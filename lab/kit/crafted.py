@@ -12,6 +12,7 @@ from scapy.packet import Raw
 DISCOVER, OFFER, REQUEST, DECLINE, ACK, NAK, RELEASE, INFORM = range(1, 9)
 BROADCAST = "ff:ff:ff:ff:ff:ff"
 COOKIE = bytes((99, 130, 83, 99))
+KINDS = {OFFER: "OFFER", ACK: "ACK", NAK: "NAK"}
 _xids = itertools.count(0x1A000001)
 
 
@@ -20,7 +21,8 @@ def ip_bytes(text):
 
 
 def ip_text(value):
-    return ".".join(str(byte) for byte in value)
+    """An address, or several."""
+    return " ".join(".".join(str(byte) for byte in value[at:at + 4]) for at in range(0, len(value), 4))
 
 
 class Reply:
@@ -37,7 +39,7 @@ class Reply:
         self.op, self.xid, self.chaddr = bootp.op, bootp.xid, bytes(bootp.chaddr)
         self.address, self.ciaddr, self.giaddr = bootp.yiaddr, bootp.ciaddr, bootp.giaddr
         self.options, self.ended = _options(bytes(packet[UDP].payload)[240:])
-        self.type = self.value(53)[0]
+        self.kind = KINDS.get(self.value(53)[0], "unexpected message type")
 
     def value(self, code):
         return next(value for number, value in self.options if number == code)
@@ -46,8 +48,7 @@ class Reply:
         return [code for code, _ in self.options]
 
     def __str__(self):
-        names = {OFFER: "OFFER", ACK: "ACK", NAK: "NAK"}
-        return f"{names.get(self.type, self.type)} {self.address} to {self.ip_to} ({self.mac_to}), options {self.codes()}"
+        return f"{self.kind} {self.address} to {self.ip_to} ({self.mac_to}), options {self.codes()}"
 
 
 def _options(area):
@@ -120,7 +121,7 @@ class Crafted:
         if found is None:
             return None
         reply = Reply(found)
-        if reply.type != NAK:
+        if reply.kind != "NAK":
             self.server = (ip_text(reply.value(54)), reply.mac_from)
         return reply
 
@@ -144,7 +145,7 @@ class Crafted:
         """DISCOVER to ACK; the acknowledged address."""
         offer = self.discover(**fields)
         ack = self.ask(REQUEST, options=self.selecting(offer.address))
-        if ack.type != ACK or ack.address != offer.address:
+        if ack.kind != "ACK" or ack.address != offer.address:
             raise RuntimeError(f"offered {offer.address}, then {ack}")
         return ack.address
 
