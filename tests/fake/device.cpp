@@ -25,7 +25,7 @@ std::unique_ptr<Device> current = std::make_unique<Device>();
 
 /// Lets a millisecond pass instead of the time asked for: a cancellation point, like the real one.
 void sleep_us(uint32_t micros) {
-  current->slept_us_ += micros;
+  current->slept_ms_ += micros / 1000;
   const timespec moment{0, 1000000};
   nanosleep(&moment, nullptr);
 }

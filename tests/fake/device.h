@@ -77,7 +77,7 @@ class Device {
   std::vector<const skpack*> released() const { return locked(released_); }
   std::map<std::pair<uint32_t, uint32_t>, adp_fp_entity> rules() const { return locked(rules_); }
   std::vector<std::string> task_events() const { return locked(task_events_); }
-  int64_t slept_us() const { return slept_us_.load(); }
+  uint32_t slept_ms() const { return slept_ms_.load(); }
   /// Where temporary files of this test lie; made when first asked for.
   const std::string& temp_directory();
 
@@ -101,7 +101,7 @@ class Device {
   std::vector<Sent> sent_;
   std::vector<const skpack*> released_;
   std::map<std::pair<uint32_t, uint32_t>, adp_fp_entity> rules_;
-  std::atomic<int64_t> slept_us_{0};
+  std::atomic<uint32_t> slept_ms_{0};
   std::atomic<int> queues_open_{0}, blocks_handed_back_{0};
   mutable std::mutex mutex_;
 

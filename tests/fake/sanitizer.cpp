@@ -1,5 +1,5 @@
-/// A cancelled thread leaves its frames without telling the address sanitizer, which then takes the marks of dead frames
-/// for faults of its own call below and reports them. Going to the kernel directly skips that one check.
+/// A cancelled thread leaves its frames without telling the address sanitizer, which then takes the marks of dead
+/// frames for faults of its own call below and reports them. Going to the kernel directly skips that one check.
 #ifdef __SANITIZE_ADDRESS__
 #include <signal.h>
 #include <sys/syscall.h>

@@ -224,7 +224,7 @@ TEST_F(Packet, FloodWaitsWhileThePortListIsChanged) {
   intf_order_list* ports = intf_order_list_init();
   std::atomic<uint32_t> users{255};
   std::thread sender([&] { send_flood(frame, ports, users, 10); });
-  while (device().slept_us() == 0) sched_yield();
+  while (device().slept_ms() == 0) sched_yield();
   EXPECT_EQ(device().take_sent().size(), 0u);
   users = 0;
   sender.join();
