@@ -30,9 +30,7 @@ std::vector<Word> split_words(std::string_view line) {
   return words;
 }
 
-bool same_word(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && begins_with(a, b);
-}
+bool same_word(std::string_view a, std::string_view b) { return a.size() == b.size() && begins_with(a, b); }
 
 bool begins_with(std::string_view word, std::string_view prefix) {
   if (prefix.empty()) return true;  // its pointer may be null
