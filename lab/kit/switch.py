@@ -19,6 +19,7 @@ class Switch:
         self.log_level = log_level
         self.program = f"{build}/bin/softswitch"
         self.client = f"{build}/bin/switchctl"
+        self.surroundings = {**os.environ, "LD_LIBRARY_PATH": f"{build}/lib"}  # wherever it was built
         self.process = None
         self.started = False  # it came up at least once
 
@@ -32,7 +33,7 @@ class Switch:
         self.log_start = os.path.getsize(LOG)
         self.process = subprocess.Popen(
             [self.program, "--config", CONFIG, "--socket", SOCKET, "--foreground", "--mac", MAC, "--log-level",
-             str(self.log_level)], stdin=subprocess.DEVNULL, stdout=log, stderr=log)
+             str(self.log_level)], stdin=subprocess.DEVNULL, stdout=log, stderr=log, env=self.surroundings)
         log.close()
         deadline = time.monotonic() + 15
         while time.monotonic() < deadline:
