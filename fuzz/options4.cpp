@@ -169,8 +169,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     exported_lookup_agrees(*message);
   } else {
     // Too short for a message: the bytes are its options.
-    std::vector<uint8_t> whole(240);
-    whole.insert(whole.end(), data, data + size);
+    std::vector<uint8_t> whole(240 + size);
+    std::ranges::copy(input.bytes(), whole.begin() + 240);
     const Exact exact(whole);
     lookups_follow_their_rules(*Message4::at(exact.bytes()));
   }

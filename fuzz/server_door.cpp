@@ -178,15 +178,16 @@ void change_pool(Input& input) {
     case 2: set_pool(plan); break;
     case 3: dhcp_server_set_pool_lease(plan.id, input.byte()); break;
     default:
-      plan.start_ip += input.byte() % 16;
-      plan.end_ip -= input.byte() % 16;
+      plan.start_ip += input.byte() % 16u;
+      plan.end_ip -= input.byte() % 16u;
       set_pool(plan);
   }
 }
 
 void change_option(Input& input) {
   std::array<uint8_t, DHCPS_OPTION_VALUE_SIZE> value{};
-  const uint8_t code = input.byte(), length = input.byte();
+  const auto code = static_cast<uint8_t>(input.byte() % 254 + 1);  // pad and end would end the reply early
+  const uint8_t length = input.byte();
   if ((length & 1) != 0) {
     dhcp_server_set_pool_option(1, code, length, value.data(), 2);
   } else {
@@ -282,5 +283,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if ((step & 128) != 0) check_selection();
   }
   check_selection();
+  init_DHCPS_cfg();  // frees it all, so that a block lost on the way is this input's
   return 0;
 }

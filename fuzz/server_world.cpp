@@ -1,6 +1,7 @@
 #include "fuzz/server_world.h"
 
-#include <set>
+#include <algorithm>
+#include <vector>
 
 #include "base/list.h"
 #include "bench/null_device.h"
@@ -29,11 +30,12 @@ void check_global(const DhcpServerList& list) {
 }
 
 /// Every address that the pool may not hand out, but for those of the device itself.
-std::set<uint32_t> taken_addresses(const DhcpPool& pool) {
-  std::set<uint32_t> taken;
-  for (const auto& binding : base::Records<DhcpBinding>(dhcps_cfg.bindings.head)) taken.insert(binding.ip);
-  for (const auto& conflict : base::Records<DhcpConflictIp>(dhcps_cfg.conflicts.head)) taken.insert(conflict.ip);
-  for (const auto& host : base::Records<DhcpStaticHost>(pool.hosts.head)) taken.insert(host.ip);
+std::vector<uint32_t> taken_addresses(const DhcpPool& pool) {
+  std::vector<uint32_t> taken;
+  for (const auto& binding : base::Records<DhcpBinding>(dhcps_cfg.bindings.head)) taken.push_back(binding.ip);
+  for (const auto& conflict : base::Records<DhcpConflictIp>(dhcps_cfg.conflicts.head)) taken.push_back(conflict.ip);
+  for (const auto& host : base::Records<DhcpStaticHost>(pool.hosts.head)) taken.push_back(host.ip);
+  std::sort(taken.begin(), taken.end());
   return taken;
 }
 
@@ -41,7 +43,7 @@ uint32_t plain_selection(const DhcpPool& pool) {
   const auto taken = taken_addresses(pool);
   for (uint64_t ip = pool.start_ip; ip <= pool.end_ip; ++ip) {
     const auto address = static_cast<uint32_t>(ip);
-    bool free = taken.count(address) == 0 && sysmng_get_vlan_by_ipaddr(address) == 0;
+    bool free = !std::binary_search(taken.begin(), taken.end(), address) && sysmng_get_vlan_by_ipaddr(address) == 0;
     for (const auto& range : base::Records<DhcpExcludeRange>(dhcps_cfg.excludes.head)) {
       free = free && (address < range.start_ip || address > range.end_ip);
     }
@@ -96,14 +98,16 @@ void check_records() {
     bound += pool.binding_count;
   }
   HOLDS(bound == dhcps_cfg.bindings.count);
-  std::set<uint32_t> addresses;
+  std::vector<uint32_t> addresses;
   for (const auto& binding : base::Records<DhcpBinding>(dhcps_cfg.bindings.head)) {
     const DhcpPool* pool = dhcp_get_pool_by_id(binding.pool_id);
     HOLDS(pool != nullptr && pool->start_ip <= binding.ip && binding.ip <= pool->end_ip);
-    HOLDS(addresses.insert(binding.ip).second);
+    addresses.push_back(binding.ip);
     HOLDS(binding.id_len <= DHCPS_CLIENT_ID_SIZE);
     HOLDS(binding.state == DHCPS_OFFERED || binding.state == DHCPS_ACKNOWLEDGED);
   }
+  std::sort(addresses.begin(), addresses.end());
+  HOLDS(std::adjacent_find(addresses.begin(), addresses.end()) == addresses.end());
 }
 
 void check_selection() {
