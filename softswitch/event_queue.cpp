@@ -29,14 +29,14 @@ bool EventQueue::post(const DhcpEvent& event) {
   if (full()) return false;
   incoming_.push_back(event);
   posted_.fetch_add(1, std::memory_order_relaxed);
-  const uint32_t depth = depth_.fetch_add(1, std::memory_order_relaxed) + 1;
+  const uint32_t depth = depth_.fetch_add(1) + 1;
   if (depth > highest_.load(std::memory_order_relaxed)) highest_.store(depth, std::memory_order_relaxed);
   return true;
 }
 
 bool EventQueue::take(DhcpEvent& out) {
   if (next_ == batch_.size()) {
-    if (depth_.load(std::memory_order_relaxed) == 0) return false;
+    if (depth_.load() == 0) return false;
     batch_.clear();
     next_ = 0;
     const std::lock_guard guard(lock_);

@@ -43,7 +43,8 @@ class EventQueue {
   std::vector<DhcpEvent> incoming_;  // guarded by lock_
   std::vector<DhcpEvent> batch_;     // the consumer's own
   size_t next_ = 0;
-  std::atomic<uint32_t> depth_{0}, highest_{0};
+  std::atomic<uint32_t> depth_{0};  // in one order with the fabric's count of waiting consumers
+  std::atomic<uint32_t> highest_{0};
   std::atomic<uint64_t> posted_{0}, dropped_full_{0};
 };
 

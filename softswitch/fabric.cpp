@@ -90,7 +90,8 @@ void Fabric::flush() {
   dirty_.clear();
 }
 
-int Fabric::serve(EventQueue& queue, DhcpEvent& out, bool wait_for_one, const std::atomic<bool>& closed) {
+SOFTSWITCH_LEFT_BY_CANCEL int Fabric::serve(EventQueue& queue, DhcpEvent& out, bool wait_for_one,
+                                            const std::atomic<bool>& closed) {
   struct Waiting {
     std::atomic<uint32_t>& count;
     explicit Waiting(std::atomic<uint32_t>& c) : count(c) { ++count; }
@@ -105,7 +106,6 @@ int Fabric::serve(EventQueue& queue, DhcpEvent& out, bool wait_for_one, const st
     if (worked) continue;
     if (!wait_for_one) return 0;
     const Waiting waiting(waiting_);
-    std::atomic_thread_fence(std::memory_order_seq_cst);
     if (queue.take(out)) return 1;  // posted before anybody could know that somebody waits
     if (!closed) wait(-1);
   }
@@ -120,11 +120,10 @@ bool Fabric::consumer_seen() {
 
 void Fabric::turn(bool hold) {
   pump(hold);
-  std::atomic_thread_fence(std::memory_order_seq_cst);
   if (waiting_.load() != 0) wake();  // the consumer is back, and what was posted woke nobody
 }
 
-void Fabric::wait(int timeout_ms) {
+SOFTSWITCH_LEFT_BY_CANCEL void Fabric::wait(int timeout_ms) {
   std::array<epoll_event, 32> events;
   const int ready = epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), timeout_ms);
   for (int i = 0; i < ready; ++i) {
