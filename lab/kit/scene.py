@@ -102,7 +102,7 @@ class Lab:
                 print(f"PASS {title} ({time.monotonic() - began:.1f} s)", flush=True)
 
     def judged(self):
-        """The last step of every scene."""
+        """What every scene ends with; then the switch is stopped."""
         self.wire.close()
         answer = next(frame.data for frame in self.wire.seen if frame.from_switch and frame.data[12:14] == b"\x08\x00" and
                       frame.data[23] == 17 and frame.data[34:36] == b"\x00\x43")
@@ -113,6 +113,10 @@ class Lab:
         senders = {frame.data[6:12].hex(":") for frame in self.wire.seen if not frame.from_switch} | {self.switch.mac}
         strangers = {frame.data[6:12].hex(":") for frame in self.wire.seen if frame.from_switch} - senders
         self.expect("senders among them that are neither the switch nor a host", strangers, set())
+
+    def stops(self):
+        self.expect("exit status of the switch", self.switch.stop(), 0)
+        self.expect("devices that it left behind", self.devices("eth"), [])
 
 
 def _place(error):
