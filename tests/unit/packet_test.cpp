@@ -76,6 +76,7 @@ TEST_F(Packet, OptionThatEndsAtTheEdgeIsFoundAndOneByteLaterIsNot) {
     Raw at_308(options_of_size(308, last)), at_309(options_of_size(309, last)), at_312(options_of_size(312, last));
     EXPECT_EQ(__get_option(at_308.bytes.data(), 43), at_308.bytes.data() + 548 - last);
     EXPECT_EQ(__get_option(at_309.bytes.data(), 43), nullptr) << "308 bytes are searched";
+    EXPECT_FALSE(find_in_message(at_309.message(), 43)) << "in a longer frame too";
     EXPECT_EQ(find_in_frame(at_312.message(), 43)->size(), last) << "the frame's own length counts";
     // The same frame, one byte shorter than its last option claims.
     at_312.bytes.resize(at_312.bytes.size() - 1);

@@ -80,9 +80,13 @@ TEST_F(ServerMessages, OptionsStandInTheClientsOrderThenThePools) {
   EXPECT_EQ(offer->option(13), (Bytes{2, 0}));
   EXPECT_EQ(offer->option(43), (Bytes{0xab, 0xab}));
   EXPECT_EQ(offer->options[8].second, Bytes(4, 0x0a));
-  const std::string text(offer->message.begin(), offer->message.end());
+  std::string text(offer->message.begin(), offer->message.end());
   EXPECT_EQ(text.substr(44, 64), "tftp.example.net" + std::string(48, '\0'));
   EXPECT_EQ(text.substr(108, 128), "image.bin" + std::string(119, '\0'));
+  receive(discover(client));
+  const auto next = reply();
+  text.assign(next->message.begin(), next->message.end());
+  EXPECT_EQ(text.substr(44, 192), std::string(192, '\0')) << "left over from the reply before";
 }
 
 TEST_F(ServerMessages, WhatThePoolDoesNotHaveIsLeftOut) {
@@ -315,6 +319,7 @@ TEST_F(ServerMessages, MemoryThatEndsMeansNoOffer) {
 TEST_F(ServerMessages, PoolIsChosenByRelayClientOrOwnAddress) {
   device().vlan_interfaces[20] = {ip(10, 0, 0, 1), own_mac};
   make_pool(2, ip(10, 0, 0, 10), ip(10, 0, 0, 20), ip(10, 0, 0, 0), 0xff000000);
+  dhcp_server_create_pool_entry(4);  // newer, and without a network
   EXPECT_EQ(offered(discover(client)), first_ip);
   EXPECT_EQ(offered(discover(client).vlan(20)), ip(10, 0, 0, 10));
   device().mac_table[{client, 10}] = 1;
