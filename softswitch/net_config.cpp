@@ -109,7 +109,7 @@ std::string set_ipv4(const std::string& name, uint32_t ip, uint32_t mask) {
   const Asking ask(AF_INET);
   ifreq request = request_for(name);
   request.ifr_addr = ipv4_address(ip);
-  const std::string refused = ask.call(SIOCSIFADDR, request);
+  std::string refused = ask.call(SIOCSIFADDR, request);
   if (!refused.empty() || ip == 0) return refused;
   request.ifr_netmask = ipv4_address(mask);
   return ask.call(SIOCSIFNETMASK, request);
@@ -135,7 +135,7 @@ std::string set_ipv6(const std::string& name, const std::string& addr_slash_len,
   if (!parse_prefix(addr_slash_len, request.address.s6_addr, length)) return "not an IPv6 address and length";
   request.length = length;
   request.index = static_cast<int>(if_nametoindex(name.c_str()));
-  const std::string refused = Asking(AF_INET6).call(on ? SIOCSIFADDR : SIOCDIFADDR, request);
+  std::string refused = Asking(AF_INET6).call(on ? SIOCSIFADDR : SIOCDIFADDR, request);
   return on && refused == std::strerror(EEXIST) ? std::string() : refused;
 }
 

@@ -155,7 +155,7 @@ bool PacketDevice::queue(std::span<const uint8_t> head, std::span<const uint8_t>
 void PacketDevice::send_large(const OffloadNote& note, std::span<const uint8_t> head, std::span<const uint8_t> rest) {
   flush();  // first what came first
   OffloadNote moved = note;
-  const auto shift = static_cast<uint16_t>(head.size() - 2 * mac_size);  // a tag moves everything behind it
+  const auto shift = static_cast<uint16_t>(head.size() - size_t{2} * mac_size);  // a tag moves everything behind it
   if ((note.flags & OffloadNote::needs_checksum) != 0)
     moved.checksum_from = static_cast<uint16_t>(moved.checksum_from + shift);
   if (note.header_size != 0) moved.header_size = static_cast<uint16_t>(moved.header_size + shift);
