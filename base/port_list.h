@@ -13,6 +13,10 @@ inline constexpr uint32_t group_bit = 0x10000000;
 inline constexpr uint32_t fixed_ports = 26;  // ports 1..26, whatever the chip reports
 inline constexpr uint32_t extra_groups = 8;  // counted on top of the chip's ports
 
+/// An interface word's two halves: whether it is an aggregation group, and the port's or group's number.
+inline bool is_group(uint32_t intf) { return intf >> 28 == 1; }
+inline uint32_t interface_number(uint32_t intf) { return intf & 0x0fffffff; }
+
 /// Position i (from 1) as an interface word: ports first, then groups 1, 2, ...
 inline uint32_t interface_at(uint32_t i) { return i <= fixed_ports ? i : (i - fixed_ports) | group_bit; }
 

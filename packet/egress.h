@@ -17,6 +17,9 @@ enum class SendMode : int { flood = 0, snooped = 2, forwarded = 4 };
 /// Sends to all listed ports that are members of `vlan`, counted in on `users` as a reader of the list meanwhile.
 void send_flood(std::span<uint8_t> frame, intf_order_list* ports, std::atomic<uint32_t>& users, uint32_t vlan);
 
+/// Sends to one interface. The frame's record is the device's to read, `in_intf` included.
+void send_to_port(skpack& frame, uint32_t port, uint32_t vlan, SendMode mode);
+
 /// Sends to the one port behind which the device knows `mac` in `vlan`. An unknown MAC is dropped in silence: the
 /// result is then false.
 bool send_to_mac(std::span<uint8_t> frame, const base::MacAddress& mac, uint32_t vlan, SendMode mode);

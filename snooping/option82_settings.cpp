@@ -7,6 +7,7 @@
 #include "base/list.h"
 #include "dhcp/snooping.h"
 #include "snooping/option82.h"
+#include "snooping/snooping.h"
 
 namespace {
 
@@ -40,7 +41,17 @@ bool store_setting(SUB_OPTION& entry, uint32_t ip, int id, const char* circuit_s
   return true;
 }
 
+void remove_entry(SUB_OPTION& entry) {
+  dhcp::base::list_unlink(entry.link);
+  --g_dhcp_snooping.sub_option_count;
+  delete &entry;
+}
+
 }  // namespace
+
+void dhcp::snooping::free_sub_options() {
+  for (SUB_OPTION& entry : Records<SUB_OPTION>(g_dhcp_snooping.sub_option_list)) remove_entry(entry);
+}
 
 SUB_OPTION* __find_SUB_OPTION(int vlan) {
   if (g_dhcp_snooping.sub_option_count == 0) return nullptr;
@@ -74,9 +85,6 @@ int del_SUB_OPTION(int vlan, int type) {
   const uint32_t flag = dhcp::snooping::setting_flag(static_cast<SubOption>(type));
   if (flag == 0) return -1;
   entry->flags &= ~flag;
-  if (entry->flags != 0) return 0;
-  dhcp::base::list_unlink(entry->link);
-  --g_dhcp_snooping.sub_option_count;
-  delete entry;
+  if (entry->flags == 0) remove_entry(*entry);
   return 0;
 }
