@@ -17,4 +17,18 @@ void write_vlan_list(FILE* out, VlanBits bits) {
   }
 }
 
+void write_vlan_column(FILE* out, VlanBits bits) {
+  constexpr int a_line = 8;
+  int vlan = next_vlan(bits, first_vlan);
+  if (vlan > last_vlan) fputs("None", out);
+  for (int written = 1; vlan <= last_vlan; ++written) {
+    const int following = next_vlan(bits, vlan + 1);
+    const bool line_full = written % a_line == 0;
+    fprintf(out, written == 1 ? "%d" : line_full ? " %d" : "  %d", vlan);
+    if (line_full && following <= last_vlan) fprintf(out, "\n         %32s ", ":");
+    vlan = following;
+  }
+  fputs("\n", out);
+}
+
 }  // namespace dhcp::base

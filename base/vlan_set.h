@@ -39,4 +39,8 @@ inline bool any_vlan(VlanBits bits) { return next_vlan(bits, first_vlan) <= last
 /// than a task's stack should carry.
 void write_vlan_list(FILE* out, VlanBits bits);
 
+/// Members ascending in a display's column, eight to a line, "None" when there are none. The label stands before the
+/// first line already; the others begin under it with a colon.
+void write_vlan_column(FILE* out, VlanBits bits);
+
 }  // namespace dhcp::base

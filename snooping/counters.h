@@ -18,5 +18,7 @@ void clear_unlisted_counters();
 
 /// Remembers the sender of a server's message that came in where no server may stand, and warns of it.
 void note_rogue(const packet::Frame4& frame, int vlan);
+/// The last one seen; `time` 0 = none.
+const DhcpSnoopRogue& last_rogue();
 
 }  // namespace dhcp::snooping

@@ -60,6 +60,8 @@ void note_rogue(const packet::Frame4& frame, int vlan) {
   }
 }
 
+const DhcpSnoopRogue& last_rogue() { return last; }
+
 void forget_rogue() {
   named = {};
   last = {};
