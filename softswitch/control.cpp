@@ -76,6 +76,26 @@ class Control : public SwitchControl {
     return status;
   }
 
+  Refusal set_source_guard(uint32_t port, bool on) override {
+    return change_guard(port, &PortConfig::source_guard, &Guard::set_source_guard, on);
+  }
+  Refusal set_arp_check(uint32_t port, bool on) override {
+    return change_guard(port, &PortConfig::arp_check, &Guard::set_arp_check, on);
+  }
+  GuardCounters guard_counters(uint32_t port) const override {
+    if (check_port(port)) return {};
+    return fabric().with([=](FabricState& s) { return s.guard.counters(port); });
+  }
+  void clear_guard_counters(GuardKind kind) override {
+    fabric().with([=](FabricState& s) { s.guard.clear_counters(kind); });
+  }
+  std::vector<KnownHost> hosts(HostList list) const override {
+    return fabric().with([=](FabricState& s) { return s.guard.hosts(list).rows(); });
+  }
+  void forget_hosts(HostList list) override {
+    fabric().with([=](FabricState& s) { s.guard.hosts(list).clear(); });
+  }
+
   Refusal create_vlan(uint16_t vlan) override {
     if (Refusal why = check_vlan(vlan)) return why;
     fabric().with([=](FabricState& s) { return s.bridge.vlans.create(vlan); });
@@ -143,6 +163,7 @@ class Control : public SwitchControl {
   Refusal check_device(uint32_t port, const std::string& ifname) const;
   template <class Change>
   Refusal change_vlans(uint32_t port, const std::vector<uint16_t>& vlans, Change change);
+  Refusal change_guard(uint32_t port, bool PortConfig::*shown, void (Guard::*set)(uint32_t, bool), bool on);
 
   std::vector<PortConfig>& configs() const {
     for (auto next = static_cast<uint32_t>(configs_.size()); next <= port_count(); ++next) {
@@ -180,6 +201,14 @@ Refusal Control::change_vlans(uint32_t port, const std::vector<uint16_t>& vlans,
     map.set_port(port, config.mode, config.access_vlan, config.native_vlan, config.allowed);
     s.bridge.macs.forget_intf(port);
   });
+  return std::nullopt;
+}
+
+Refusal Control::change_guard(uint32_t port, bool PortConfig::*shown, void (Guard::*set)(uint32_t, bool), bool on) {
+  const std::lock_guard guard(lock_);
+  if (Refusal why = check_port(port)) return why;
+  configs()[port].*shown = on;
+  fabric().with([&](FabricState& s) { (s.guard.*set)(port, on); });
   return std::nullopt;
 }
 

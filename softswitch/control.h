@@ -4,6 +4,8 @@
 /// that fails changes nothing and says why in words fit for the operator.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -24,6 +26,8 @@ struct PortConfig {
   uint16_t native_vlan = 1;       // of a trunk
   std::vector<uint16_t> allowed;  // of a trunk, ascending; empty = all
   std::string description;
+  bool source_guard = false;  // IPv4 frames of known hosts only
+  bool arp_check = false;     // ARP of known hosts only
 };
 
 struct PortCounters {
@@ -58,6 +62,38 @@ struct QueueCounters {
   uint32_t depth = 0, highest = 0, capacity = 0;
 };
 
+/// A host that may use an address on an interface.
+struct KnownHost {
+  uint32_t intf = 0, ip = 0;
+  uint16_t vlan = 0;  // 0 = whichever
+  std::array<uint8_t, 6> mac{};
+  int32_t lease = 0;  // seconds, as told
+  int type = 0;       // who told; 2 = DHCP snooping
+};
+enum class HostList { source_guard, arp_check, fixed_arp, igmp };
+
+/// What a guard found wrong with a frame.
+enum class GuardDrop {
+  malformed,     // too short, or not IPv4 at all
+  unknown,       // nobody is known to have the address on this port
+  other_mac,     // somebody else has it
+  other_vlan,    // this host has it, in another VLAN
+  other_sender,  // ARP alone: it speaks for a host other than the one that sent the frame
+};
+inline constexpr size_t guard_drops = 5;
+enum class GuardKind { source, arp };
+
+/// Frames that the guards of a port have judged.
+struct GuardCounters {
+  struct Counts {
+    uint64_t passed = 0;
+    std::array<uint64_t, guard_drops> dropped{};  // by GuardDrop
+  };
+  Counts source, arp;
+  Counts& of(GuardKind kind) { return kind == GuardKind::source ? source : arp; }
+  const Counts& of(GuardKind kind) const { return kind == GuardKind::source ? source : arp; }
+};
+
 struct TaskRow {
   std::string name;
   uint32_t id = 0;  // as the task service wrote it
@@ -75,6 +111,14 @@ class SwitchControl {
   virtual Refusal set_native_vlan(uint32_t port, uint16_t vlan) = 0;
   virtual Refusal set_description(uint32_t port, const std::string& text) = 0;
   virtual PortStatus port(uint32_t port) const = 0;
+
+  virtual Refusal set_source_guard(uint32_t port, bool on) = 0;
+  /// Taking it off forgets what the ARP-check list holds for the port.
+  virtual Refusal set_arp_check(uint32_t port, bool on) = 0;
+  virtual GuardCounters guard_counters(uint32_t port) const = 0;
+  virtual void clear_guard_counters(GuardKind kind) = 0;
+  virtual std::vector<KnownHost> hosts(HostList list) const = 0;  // by interface, VLAN, address
+  virtual void forget_hosts(HostList list) = 0;
 
   virtual Refusal create_vlan(uint16_t vlan) = 0;  // VLANs also come into being with the first port or interface
   virtual Refusal delete_vlan(uint16_t vlan) = 0;

@@ -160,16 +160,18 @@ Fabric::Arrival Fabric::inspect(uint32_t port, const RingFrame& in) const {
   return arrival;
 }
 
-std::optional<SwitchedFrame> Fabric::admit(uint32_t port, const RingFrame& in, const FrameMap& map) {
+/// A frame with a second tag is turned away: neither the chip's rules nor the guards would see what it carries, and
+/// hosts take such tags off one after the other.
+std::optional<SwitchedFrame> Fabric::admit(uint32_t port, const RingFrame& in, const FrameMap& map) const {
   const bool beside = in.stripped && in.tag_type == type_tag;
   const bool inside = !beside && map.tagged;
+  if ((beside && map.tagged) || is_tag_type(map.type)) return std::nullopt;
   if (inside && in.large != nullptr) return std::nullopt;  // the note counts with the tag in place
   const uint16_t control = beside ? in.tci : inside ? load_be16(in.data + 14) : uint16_t{0};
   std::optional<uint16_t> tag;
   if (beside || inside) tag = control & 0xfff;
   const std::optional<uint16_t> vlan = state_.bridge.vlans.classify(port, tag);
   if (!vlan) return std::nullopt;
-  state_.bridge.macs.learn(*vlan, in.data + mac_size, port, static_cast<uint32_t>(now_ms_ / 1000));
 
   SwitchedFrame frame;
   frame.tci = static_cast<uint16_t>((control & 0xf000) | *vlan);
@@ -195,6 +197,11 @@ Fabric::Progress Fabric::receive(uint32_t port, const RingFrame& in, bool hold) 
     ++counters.rx_filtered;
     return Progress::done;
   }
+  const uint8_t* const source = in.data + mac_size;
+  if (!arrival.for_module() && !state_.guard.admits(port, frame->vlan(), source, frame->rest, arrival.map.udp_to)) {
+    return Progress::done;  // and nothing is learnt from a liar
+  }
+  state_.bridge.macs.learn(frame->vlan(), source, port, static_cast<uint32_t>(now_ms_ / 1000));
   if (in.unfinished) finish_checksum({in.data, in.size});
   route(port, *frame, arrival);
   return Progress::done;
@@ -302,7 +309,7 @@ void Fabric::deliver(PacketDevice& cpu, const SwitchedFrame& frame) {
   // The CPU interface hands ARP answers up a second time with six bytes of lead behind the type, as the device's does.
   constexpr size_t operation = 8;
   if (frame.rest.size() < operation + 2 || load_be16(frame.rest.data()) != type_arp) return;
-  if (load_be16(&frame.rest[operation]) != 2) return;
+  if (load_be16(&frame.rest[operation]) != arp_answer) return;
   uint8_t head[20] = {};
   std::memcpy(head, frame.macs, 12);
   store_be16(head + 12, type_arp);

@@ -32,6 +32,7 @@
 #include "softswitch/event_queue.h"
 #include "softswitch/field_processor.h"
 #include "softswitch/frame_map.h"
+#include "softswitch/guard.h"
 #include "softswitch/packet_device.h"
 #include "softswitch/rate_limit.h"
 
@@ -51,6 +52,7 @@ struct FabricState {
   Bridge bridge;
   FieldProcessor rules;
   RateLimit limits;
+  Guard guard;
 };
 
 class Fabric {
@@ -120,7 +122,7 @@ class Fabric {
   unsigned drain(PacketDevice& device, uint32_t port, uint16_t cpu_vlan, bool hold);
   Progress receive(uint32_t port, const RingFrame& in, bool hold);
   Arrival inspect(uint32_t port, const RingFrame& in) const;
-  std::optional<SwitchedFrame> admit(uint32_t port, const RingFrame& in, const FrameMap& map);
+  std::optional<SwitchedFrame> admit(uint32_t port, const RingFrame& in, const FrameMap& map) const;
   void route(uint32_t port, const SwitchedFrame& frame, const Arrival& arrival);
   void receive_from_cpu(uint16_t vlan, const RingFrame& frame);
   bool no_room() const;

@@ -60,6 +60,25 @@ PortStatus FakeSwitch::port(uint32_t port) const {
   status.config.port = port;
   return status;
 }
+Refusal FakeSwitch::set_source_guard(uint32_t port, bool on) {
+  port_rows[port].config.source_guard = on;
+  return {};
+}
+Refusal FakeSwitch::set_arp_check(uint32_t port, bool on) {
+  port_rows[port].config.arp_check = on;
+  return {};
+}
+GuardCounters FakeSwitch::guard_counters(uint32_t port) const {
+  const auto row = guards.find(port);
+  return row == guards.end() ? GuardCounters{} : row->second;
+}
+void FakeSwitch::clear_guard_counters(GuardKind kind) {
+  for (auto& [port, counters] : guards) counters.of(kind) = {};
+}
+std::vector<KnownHost> FakeSwitch::hosts(HostList list) const {
+  const auto rows = host_lists.find(list);
+  return rows == host_lists.end() ? std::vector<KnownHost>{} : rows->second;
+}
 Refusal FakeSwitch::create_vlan(uint16_t vlan) {
   if (refusal) return take_refusal();
   vlan_set.insert(vlan);

@@ -13,7 +13,6 @@
 #include "platform/text.h"
 #include "softswitch/control.h"
 #include "softswitch/fabric.h"
-#include "softswitch/security.h"
 
 namespace dhcp::softswitch::test {
 namespace {
@@ -96,27 +95,42 @@ TEST(TemporaryFile, IsNewEachTimeAndFitsItsBuffer) {
   }
 }
 
-TEST(Neighbours, KeepWhatTheyAreToldAndRefuseWhatIsNotConfigured) {
+TEST(Neighbours, TellTheModuleWhatIsConfiguredAndKeepWhatTheyAreTold) {
+  fabric().setup(4, {0x02, 0, 0, 0, 0, 1});
+  SwitchControl& control = switch_control();
   const ipsg_entry entry{0x0a000001, {2, 0, 0, 0, 0, 9}, 10, 3, 600};
   EXPECT_EQ(add_port_ipsg_entry(&entry), -144);
-  set_source_guard(3, true);
+  EXPECT_EQ(control.hosts(HostList::source_guard).size(), 1u) << "for the day the port is guarded";
+  ASSERT_EQ(control.set_source_guard(3, true), std::nullopt);
   EXPECT_EQ(add_port_ipsg_entry(&entry), 0);
-  EXPECT_EQ(add_port_ipsg_entry(&entry), 0) << "renewed, not doubled";
-  EXPECT_EQ(source_guard_entries().size(), 1u);
+  ASSERT_EQ(control.hosts(HostList::source_guard).size(), 1u) << "renewed, not doubled";
+  EXPECT_EQ(control.hosts(HostList::source_guard)[0].lease, 600);
+  ipsg_del_port(3);
+  EXPECT_EQ(control.hosts(HostList::source_guard).size(), 1u) << "the binding outlives its port's device";
   EXPECT_EQ(del_port_ipsg_entry(&entry), 0);
   EXPECT_LT(del_port_ipsg_entry(&entry), 0);
-  set_source_guard(3, false);
+  control.set_source_guard(3, false);
 
+  EXPECT_LT(sync_add_arp_check_entry(entry.mac, entry.ip, 3, 2), 0) << "not a checked port";
   EXPECT_EQ(arp_get_check_port_status(3), 0);
-  set_arp_check(3, true);
+  ASSERT_EQ(control.set_arp_check(3, true), std::nullopt);
   EXPECT_EQ(arp_get_check_port_status(3), 1);
-  set_arp_check(3, false);
   EXPECT_EQ(sync_add_arp_check_entry(entry.mac, entry.ip, 3, 2), 0);
-  ASSERT_EQ(arp_check_entries().size(), 1u);
-  EXPECT_EQ(arp_check_entries()[0].type, 2);
-  EXPECT_EQ(std::memcmp(arp_check_entries()[0].mac, entry.mac, 6), 0);
+  ASSERT_EQ(control.hosts(HostList::arp_check).size(), 1u);
+  EXPECT_EQ(control.hosts(HostList::arp_check)[0].type, 2);
   EXPECT_LT(sync_del_arp_check_entry(entry.mac, entry.ip, 4), 0) << "another port's entry";
   EXPECT_EQ(sync_del_arp_check_entry(entry.mac, entry.ip, 3), 0);
+  control.set_arp_check(3, false);
+  EXPECT_NE(control.set_arp_check(5, true), std::nullopt) << "there are four ports";
+
+  const arp_entry fixed{entry.ip, {2, 0, 0, 0, 0, 9}, 2, 0, 3, 600};
+  EXPECT_EQ(arp_add_entry_to_list(&fixed), 0);
+  EXPECT_EQ(arp_del_entry_to_list(&fixed), 0);
+  EXPECT_LT(arp_del_entry_to_list(&fixed), 0);
+  EXPECT_EQ(sync_add_igsp_entry(entry.mac, entry.ip, 3, 10, 600), 0);
+  EXPECT_EQ(control.hosts(HostList::igmp).size(), 1u);
+  control.forget_hosts(HostList::igmp);
+  EXPECT_TRUE(control.hosts(HostList::igmp).empty());
 }
 
 TEST(Control, RefusalsChangeNothing) {

@@ -1,0 +1,217 @@
+/// What the guards let through: every kind of lie, and what an honest host must be able to do.
+#include "softswitch/guard.h"
+
+#include <gmock/gmock.h>
+
+#include <map>
+#include <random>
+#include <string>
+#include <tuple>
+
+#include "tests/softswitch/frames.h"
+
+namespace dhcp::softswitch::test {
+namespace {
+
+using Mac = std::array<uint8_t, 6>;
+constexpr Mac alice = {0x02, 0, 0, 0, 0, 0x0a}, bob = {0x02, 0, 0, 0, 0, 0x0b};
+constexpr uint32_t address = 0xc0a80a09, other_address = 0xc0a80a0a;
+constexpr uint32_t port = 3, other_port = 4;
+constexpr uint16_t vlan = 10, other_vlan = 20;
+
+KnownHost host(const Mac& mac, uint32_t ip, uint16_t in_vlan = 0, uint32_t intf = port) {
+  KnownHost made;
+  made.intf = intf;
+  made.ip = ip;
+  made.vlan = in_vlan;
+  made.mac = mac;
+  return made;
+}
+
+/// From the EtherType on.
+Bytes ip_from(uint32_t source) {
+  Bytes frame = ip4(false, protocol_udp, 5000, 4);
+  store_be32(&frame[26], source);
+  return {frame.begin() + 12, frame.end()};
+}
+
+Bytes arp(int operation, const Mac& sender, uint32_t ip) {
+  Bytes body;
+  append(body, {8, 6, 0, 1, 8, 0, 6, 4, 0, operation});
+  body.insert(body.end(), sender.begin(), sender.end());
+  body.resize(body.size() + 4 + 6 + 4);
+  store_be32(&body[16], ip);
+  return body;
+}
+
+struct GuardTest : testing::Test {
+  Guard guard;
+
+  /// "passed", "dropped: <reason>", or "not judged": outcome and counter must agree.
+  std::string judge(GuardKind kind, uint32_t on_port, uint16_t in_vlan, const Mac& source, const Bytes& body,
+                    uint16_t udp_to = 5000) {
+    const GuardCounters::Counts before = guard.counters(on_port).of(kind);
+    const bool passed = guard.admits(on_port, in_vlan, source.data(), body, udp_to);
+    const GuardCounters::Counts& after = guard.counters(on_port).of(kind);
+    if (after.passed != before.passed) return passed ? "passed" : "counted as passed, but dropped";
+    static const char* const names[] = {"malformed", "unknown", "other mac", "other vlan", "other sender"};
+    for (size_t i = 0; i < guard_drops; ++i)
+      if (after.dropped[i] != before.dropped[i])
+        return passed ? "counted as dropped, but passed" : std::string("dropped: ") + names[i];
+    return passed ? "not judged" : "dropped without a reason";
+  }
+};
+
+TEST_F(GuardTest, SourceGuardWantsAddressMacVlanAndPortOfOneEntry) {
+  guard.hosts(HostList::source_guard).put(host(alice, address, vlan));
+  guard.hosts(HostList::source_guard).put(host(bob, address, other_vlan));
+  guard.hosts(HostList::source_guard).put(host(bob, other_address, vlan, other_port));
+  guard.set_source_guard(port, true);
+  const Bytes runt = {0x08, 0x00, 0x45, 0, 0, 20};
+  Bytes not_ip = ip_from(address);
+  not_ip[2] = 0x55;
+  const struct {
+    const char* what;
+    uint32_t port;
+    uint16_t vlan;
+    Mac source;
+    Bytes body;
+    uint16_t udp_to;
+    const char* outcome;
+  } rows[] = {
+      {"the host itself", port, vlan, alice, ip_from(address), 5000, "passed"},
+      {"the other VLAN's host with the same address", port, other_vlan, bob, ip_from(address), 5000, "passed"},
+      {"somebody else's MAC", port, vlan, {2, 0, 0, 0, 0, 9}, ip_from(address), 5000, "dropped: other mac"},
+      {"each in the other's VLAN", port, vlan, bob, ip_from(address), 5000, "dropped: other vlan"},
+      {"and the other way round", port, other_vlan, alice, ip_from(address), 5000, "dropped: other vlan"},
+      {"an address nobody has", port, vlan, alice, ip_from(0x0a000001), 5000, "dropped: unknown"},
+      {"an address of another port", port, vlan, bob, ip_from(other_address), 5000, "dropped: unknown"},
+      {"a client that asks for an address", port, vlan, {2, 0, 0, 0, 0, 9}, ip_from(0), 67, "passed"},
+      {"no address, but no request either", port, vlan, alice, ip_from(0), 5000, "dropped: unknown"},
+      {"no address, posing as a server", port, vlan, alice, ip_from(0), 68, "dropped: unknown"},
+      {"a request from a false address", port, vlan, bob, ip_from(0x0a000001), 67, "dropped: unknown"},
+      {"a header cut short", port, vlan, alice, runt, 0, "dropped: malformed"},
+      {"not IPv4 under its type", port, vlan, alice, not_ip, 0, "dropped: malformed"},
+      {"ARP", port, vlan, bob, arp(1, alice, address), 0, "not judged"},
+      {"IPv6", port, vlan, bob, {0x86, 0xdd, 0x60}, 0, "not judged"},
+      {"no type at all", port, vlan, bob, {}, 0, "not judged"},
+      {"a port without guard", other_port, vlan, alice, ip_from(address), 5000, "not judged"},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(judge(GuardKind::source, row.port, row.vlan, row.source, row.body, row.udp_to), row.outcome) << row.what;
+}
+
+TEST_F(GuardTest, ArpMustBeSentByTheHostThatItNames) {
+  guard.set_arp_check(port, true);
+  guard.hosts(HostList::arp_check).put(host(alice, address));
+  guard.hosts(HostList::fixed_arp).put(host(bob, other_address));
+  Bytes cut = arp(1, alice, address), token_ring = arp(1, alice, address);
+  cut.pop_back();
+  token_ring[3] = 6;
+  const struct {
+    const char* what;
+    Mac source;
+    Bytes body;
+    const char* outcome;
+  } rows[] = {
+      {"a question", alice, arp(1, alice, address), "passed"},
+      {"an answer", alice, arp(2, alice, address), "passed"},
+      {"a fixed entry vouches as well", bob, arp(2, bob, other_address), "passed"},
+      {"a probe for an address", bob, arp(1, bob, 0), "passed"},
+      {"an answer for no address", bob, arp(2, bob, 0), "dropped: unknown"},
+      {"the address of another host", bob, arp(2, bob, address), "dropped: other mac"},
+      {"the address of a fixed entry", alice, arp(2, alice, other_address), "dropped: other mac"},
+      {"an address nobody has", alice, arp(2, alice, 0x0a000001), "dropped: unknown"},
+      {"in another host's name", bob, arp(2, alice, address), "dropped: other sender"},
+      {"a probe in another host's name", bob, arp(1, alice, 0), "dropped: other sender"},
+      {"cut short", alice, cut, "dropped: malformed"},
+      {"of another network", alice, token_ring, "dropped: malformed"},
+      {"IPv4", bob, ip_from(address), "not judged"},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(judge(GuardKind::arp, port, vlan, row.source, row.body), row.outcome) << row.what;
+}
+
+TEST_F(GuardTest, ASwitchedOnGuardKnowsWhatWasToldBeforeAndForgetsWithTheArpCheck) {
+  guard.hosts(HostList::source_guard).put(host(alice, address, vlan));
+  EXPECT_EQ(judge(GuardKind::source, port, vlan, bob, ip_from(address)), "not judged");
+  guard.set_source_guard(port, true);
+  EXPECT_EQ(judge(GuardKind::source, port, vlan, alice, ip_from(address)), "passed");
+  guard.set_source_guard(port, false);
+  EXPECT_EQ(judge(GuardKind::source, port, vlan, bob, ip_from(address)), "not judged");
+  guard.set_source_guard(port, true);
+  EXPECT_EQ(judge(GuardKind::source, port, vlan, bob, ip_from(address)), "dropped: other mac");
+
+  HostTable& list = guard.hosts(HostList::arp_check);
+  list.put(host(alice, address));
+  list.put(host(bob, address, 0, other_port));
+  guard.set_arp_check(port, false);
+  ASSERT_EQ(list.size(), 1u);
+  EXPECT_EQ(list.rows()[0].intf, other_port);
+
+  guard.clear_counters(GuardKind::arp);
+  EXPECT_EQ(guard.counters(port).source.passed, 1u) << "the other guard's counters stay";
+  guard.clear_counters(GuardKind::source);
+  EXPECT_EQ(guard.counters(port).source.passed, 0u);
+}
+
+TEST(HostTable, WhatCameLaterIsNotRemovedInTheNameOfTheFirst) {
+  HostTable table;
+  ASSERT_TRUE(table.put(host(alice, address, vlan)));
+  ASSERT_TRUE(table.put(host(bob, address, vlan)));
+  EXPECT_EQ(table.size(), 1u) << "one host an address";
+  EXPECT_FALSE(table.remove(host(alice, address, vlan)));
+  EXPECT_EQ(table.first(port, address)->mac, bob);
+  EXPECT_TRUE(table.remove(host(bob, address, vlan)));
+  EXPECT_EQ(table.first(port, address), nullptr);
+}
+
+TEST(HostTable, IsFullAtItsCapacityAndUsableAfterwards) {
+  HostTable table;
+  for (uint32_t n = 0; n < HostTable::capacity; ++n) ASSERT_TRUE(table.put(host(alice, n, vlan))) << n;
+  EXPECT_FALSE(table.put(host(alice, HostTable::capacity, vlan)));
+  EXPECT_TRUE(table.put(host(bob, 7, vlan))) << "a change takes no room";
+  ASSERT_TRUE(table.remove(host(alice, 9, vlan)));
+  EXPECT_TRUE(table.put(host(alice, HostTable::capacity, vlan)));
+  table.remove_interface(port);
+  EXPECT_EQ(table.size(), 0u);
+  for (uint32_t n = 0; n < HostTable::capacity; ++n) ASSERT_TRUE(table.put(host(alice, n, vlan))) << n;
+}
+
+TEST(HostTable, UnderRandomUseAgreesWithAPlainMap) {
+  HostTable table;
+  std::map<std::tuple<uint32_t, uint16_t, uint32_t>, Mac> plain;
+  std::mt19937 engine(5);
+  const auto random = [&](uint32_t below) { return static_cast<uint32_t>(engine()) % below; };
+  for (int step = 0; step < 50000; ++step) {
+    const KnownHost one = host(random(2) == 0 ? alice : bob, random(40), static_cast<uint16_t>(random(3)), random(4));
+    const std::tuple key(one.intf, one.vlan, one.ip);
+    const auto at = plain.find(key);
+    if (random(500) == 0) {
+      table.remove_interface(one.intf);
+      std::erase_if(plain, [&](const auto& row) { return std::get<0>(row.first) == one.intf; });
+    } else if (random(2) == 0) {
+      ASSERT_TRUE(table.put(one));
+      plain[key] = one.mac;
+    } else {
+      const bool there = at != plain.end() && at->second == one.mac;
+      ASSERT_EQ(table.remove(one), there) << step;
+      if (there) plain.erase(at);
+    }
+    size_t same = 0;
+    for (const KnownHost* found = table.first(one.intf, one.ip); found != nullptr; found = table.next(found)) {
+      ASSERT_EQ(found->mac, plain.at({found->intf, found->vlan, found->ip})) << step;
+      ++same;
+    }
+    for (uint16_t v = 0; v < 3; ++v) same -= plain.count({one.intf, v, one.ip});
+    ASSERT_EQ(same, 0u) << step;
+    ASSERT_EQ(table.size(), plain.size()) << step;
+  }
+  const auto rows = table.rows();
+  ASSERT_EQ(rows.size(), plain.size());
+  auto expected = plain.begin();
+  for (const KnownHost& row : rows) EXPECT_EQ(std::tuple(row.intf, row.vlan, row.ip), (expected++)->first);
+}
+
+}  // namespace
+}  // namespace dhcp::softswitch::test
