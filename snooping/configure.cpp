@@ -10,8 +10,6 @@
 using dhcp::base::module_service;
 using dhcp::snooping::SnoopingLock;
 
-bool dhcp::base::snooping_on() { return g_dhcp_snooping.enable != 0; }
-
 namespace dhcp::snooping {
 
 /// Relay and server need the chip rules as well: whoever of the three is on alone installs and removes them.
