@@ -1,9 +1,11 @@
 /// Intrusive circular doubly linked lists with a sentinel head, as every service keeps them.
 ///
-/// A record's first member is its DhcpListHead. Insertion is at the head unless said, so lists are walked newest first.
-/// An unlinked record carries two poison values in its links, so that a stale pointer is recognised.
+/// A record's first member is its DhcpListHead; a record on several lists has one for each. Insertion is at the head
+/// unless said, so lists are walked newest first. An unlinked record carries two poison values in its links, so that a
+/// stale pointer is recognised.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <type_traits>
 
@@ -39,8 +41,9 @@ inline void list_unlink(DhcpListHead& link) {
   link.prev = poison_prev();
 }
 
-/// The records of a list, for range-for; the record in hand may be unlinked and freed.
-template <class Record>
+/// The records of a list, for range-for; the record in hand may be unlinked and freed. `link_offset` is where in the
+/// record this list's links stand.
+template <class Record, size_t link_offset = 0>
 class Records {
   static_assert(std::is_standard_layout_v<Record>, "a record begins with its links");
 
@@ -50,7 +53,7 @@ class Records {
   class Iterator {
    public:
     explicit Iterator(DhcpListHead* at) : at_(at), next_(at->next) {}
-    Record& operator*() const { return *reinterpret_cast<Record*>(at_); }
+    Record& operator*() const { return *reinterpret_cast<Record*>(reinterpret_cast<uintptr_t>(at_) - link_offset); }
     Iterator& operator++() {
       at_ = next_;
       next_ = at_->next;

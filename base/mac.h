@@ -16,6 +16,8 @@ struct MacAddress {
     return mac;
   }
   bool operator==(const MacAddress&) const = default;
+  /// Multicast or broadcast: the address of a group, not of an interface.
+  bool is_group() const { return (bytes[0] & 1) != 0; }
   bool is_broadcast() const { return *this == broadcast(); }
   static constexpr MacAddress broadcast() { return {{0xff, 0xff, 0xff, 0xff, 0xff, 0xff}}; }
 };

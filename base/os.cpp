@@ -21,6 +21,6 @@ int ask_kernel(int socket, unsigned long request, ifreq* answer) { return ioctl(
 
 }  // namespace
 
-Os os{wall_clock, sleep_for, ask_kernel, ::socket};
+Os os{wall_clock, sleep_for, ask_kernel, ::socket, ::rename};
 
 }  // namespace dhcp::base

@@ -1,8 +1,9 @@
-/// Clock, sleep, sockets and interface queries behind one seam: the module's only view of time and of the device's own
-/// addresses. Tests replace the functions and never sleep.
+/// Clock, sleep, sockets, interface queries and renaming behind one seam: the module's only view of time and of the
+/// device's own addresses. Tests replace the functions and never sleep.
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 
 struct ifreq;
 
@@ -13,6 +14,7 @@ struct Os {
   void (*sleep_us)(uint32_t micros);                                         // a cancellation point
   int (*query_interface)(int socket, unsigned long request, ifreq* answer);  // ioctl() of the SIOCGIF... family
   int (*socket)(int domain, int type, int protocol);
+  int (*rename)(const char* from, const char* to) = ::rename;
 };
 
 /// The functions in force; replaced as a whole by tests, before any task runs.

@@ -3,8 +3,12 @@
 #include <cstdio>
 
 #include "base/log.h"
+#include "base/mac.h"
 #include "base/services.h"
+#include "dhcp/packet.h"
+#include "dhcp/relay.h"
 #include "dhcp/server.h"
+#include "dhcp/snooping.h"
 #include "module/module.h"
 #include "packet/bytes.h"
 #include "platform/adp.h"
@@ -28,7 +32,23 @@ struct Stage {
   Answer answer;
 };
 
+bool to_own_mac(const skpack& skp) {
+  base::MacAddress own;
+  if (skp.data == nullptr || skp.psize < own.bytes.size()) return false;
+  // Clients mostly broadcast, and no interface has a group address: nothing to ask the system for.
+  const auto destination = base::MacAddress::from(skp.data);
+  if (destination.is_group()) return false;
+  return get_nic_address(dhcpr_cfg.ifname, nullptr, own.bytes.data()) == 0 && destination == own;
+}
+
+/// Without the relay, what is addressed to the device itself on a snooping switch is for nobody.
+int snoop(skpack* skp) {
+  if (!base::relay_on() && to_own_mac(*skp)) return -1;
+  return dhcp_packet_snooping_process(skp);
+}
+
 constexpr std::array ipv4_stages{
+    Stage{base::snooping_on, "DHCP snooping", "DHCP Snooping Receive dhcp packet\n", snoop, Answer::consumes},
     Stage{base::server_on, "DHCP Server", "DHCP Server receive packet\n", dhcp_server_packet_process, Answer::ignored},
 };
 

@@ -1,6 +1,5 @@
 /// Init, start, stop, list.
 #include <mqueue.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,9 +10,10 @@
 #include <utility>
 
 #include "base/log.h"
-#include "base/os.h"
+#include "base/packet_socket.h"
 #include "dhcp/relay.h"
 #include "dhcp/server.h"
+#include "dhcp/snooping.h"
 #include "module/module.h"
 
 namespace {
@@ -22,14 +22,7 @@ using dhcp::base::module_frame;
 using dhcp::module::tasks;
 
 constexpr uint32_t not_running = 0xffffffff;
-constexpr int raw_protocol = 2048;  // taken as it is, not in network order
 constexpr const char* stale_queue = "/dhcp_event_queue";
-
-/// Nobody reads this socket; the smallest buffer keeps the kernel from storing the device's traffic in it.
-void bound_receive_buffer(int socket) {
-  const int least = 0;
-  setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &least, sizeof least);
-}
 
 void release_buffer() { delete[] std::exchange(dhcpr_cfg.send_buf, nullptr); }
 
@@ -47,11 +40,8 @@ bool make_buffer() {
 }
 
 bool open_raw_socket() {
-  dhcpr_cfg.send_sock = dhcp::base::os.socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, raw_protocol);
-  if (dhcpr_cfg.send_sock >= 0) {
-    bound_receive_buffer(dhcpr_cfg.send_sock);
-    return true;
-  }
+  dhcpr_cfg.send_sock = dhcp::base::open_idle_packet_socket();
+  if (dhcpr_cfg.send_sock >= 0) return true;
   DHCP_LOG_AT(module_frame, "dhcpc", "send raw socket create failed!%s\r\n", strerror(errno));
   printf("send raw socket create failed!%s\r\n", strerror(errno));
   return false;
@@ -88,6 +78,7 @@ int dhcp_module_stop() {
   for (ModuleTaskEntry& row : tasks()) {
     if (row.tid != not_running) stask_stop(&row);
   }
+  exit_dhcp_snooping();
   exit_DHCPR_cfg();
   return 0;
 }

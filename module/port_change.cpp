@@ -5,7 +5,6 @@
 #include "dhcp/snooping.h"
 #include "module/module.h"
 #include "platform/security.h"
-#include "trap/trap.h"
 
 namespace {
 
@@ -26,15 +25,17 @@ int notice_port_change_to_dhcp(const uint32_t ports[24]) {
   DHCP_LOG(dhcp::base::module_frame, "dhcpc", "DHCP Snooping mutex trylock() ==========");
   const bool owned = dhcp_snooping_mutex_lock_func() == 0;
   const int added = each_port(ports, [](uint32_t port) {
+    dhcp_snooping_add_port(port);
     dhcp_relay_add_port(port);
     ipsg_add_port(port);
   });
+  // Snooping keeps removed ports and their clients: a port that comes back finds them again.
   const int removed = each_port(ports + ports_a_list, [](uint32_t port) {
     dhcp_relay_del_port(port);
     ipsg_del_port(port);
   });
   if (added + removed > 0) {
-    dhcp::trap::ports_changed();
+    dhcp_port_change_action();
     ipsg_port_change_action();
   }
   DHCP_LOG(dhcp::base::module_frame, "dhcpc", "DHCP Snooping mutex unlock()  **********");

@@ -3,17 +3,11 @@
 #include <array>
 
 #include "base/os.h"
-#include "base/services.h"
 #include "base/task_loop.h"
 #include "dhcp/relay.h"
 #include "dhcp/server.h"
+#include "dhcp/snooping.h"
 #include "module/module.h"
-
-namespace dhcp::base {
-
-bool snooping_on() { return false; }
-
-}  // namespace dhcp::base
 
 namespace dhcp::module {
 
@@ -48,7 +42,7 @@ constexpr ModuleTaskEntry row(const char* name, int (*init)(), int (*entry)(Modu
 
 std::array<ModuleTaskEntry, 6> table{
     row("dhcpr", dhcpr_task_init, dhcpr_task_entry), row("dhcpc", dhcpc_task_init, dhcpc_task_entry),
-    row("snoop", nothing_to_set_up, tick<2, 2>),     row("dhcps", dhcps_task_init, dhcps_task_entry),
+    row("snoop", snoop_task_init, snoop_task_entry), row("dhcps", dhcps_task_init, dhcps_task_entry),
     row("dhcp6c", nothing_to_set_up, tick<4, 1>),    row("dhcp_probe", nothing_to_set_up, tick<5, 5>),
 };
 

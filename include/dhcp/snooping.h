@@ -15,7 +15,8 @@ DHCP_BEGIN
 enum {
   DHCP_SNOOP_BUCKETS = 256,
   DHCP_SNOOP_VLAN_BYTES = 512, /* 4096 bits */
-  DHCP_SNOOP_STRING_SIZE = 64  /* 63 characters and the terminator */
+  DHCP_SNOOP_STRING_SIZE = 64, /* 63 characters and the terminator */
+  DHCP_SNOOP_PATH_SIZE = 128
 };
 
 /** A MAC that is exempt from the source-MAC check (any `mode` but 1), or named as one to be checked (`mode` 1). */
@@ -170,11 +171,14 @@ DHCP_API int dhcp_snooping_snyc_del_arp_check(int intf); /* -1 = all */
 DHCP_API int dhcp_snooping_snyc_add_to_arp_check(void);
 DHCP_API int dhcp_snooping_snyc_add_to_igsp(void);
 
-/* The binding file. */
+/* The binding file; for the first three the caller holds the lock. */
 DHCP_API int write_dhcp_snoop_to_flash(void);
 DHCP_API int read_dhcp_snoop_from_flash(void);
 DHCP_API void cycle_write_bind_flash(void);
-DHCP_API int set_dhcp_snoop_writeflash(int mode, int interval_s);
+DHCP_API int set_dhcp_snoop_writeflash(int mode, int interval_s); /* takes the lock */
+/** Puts the file elsewhere; to be called before the module starts. `temporary` is where a new one is put together.
+    Null for both = the device's own places. -1 = a path is too long. */
+DHCP_API int dhcp_snoop_set_database_path(const char* path, const char* temporary);
 
 /* Clearing. `type` 0..16 says which of ip, mac, vlan and intf count; 17 and more do nothing. */
 DHCP_API int dhcp_snooping_binding_clear(int type, uint32_t ip, const uint8_t* mac, int vlan, uint32_t intf);
@@ -269,7 +273,8 @@ struct DhcpSnoopDatabase {
   uint32_t last_write, last_read;
   uint32_t written, loaded; /* entries, at the last write and read */
   uint32_t write_failures;
-  uint32_t skipped; /* lines of the last read that were no binding */
+  uint32_t skipped;                /* lines of the last read that were no whole binding */
+  char path[DHCP_SNOOP_PATH_SIZE]; /* where the file lies */
 };
 
 /** Copies the counters of an interface; -1 when there is no such interface. Takes the lock, like the next two. */

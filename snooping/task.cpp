@@ -1,0 +1,47 @@
+/// The "snoop" task: it brings the saved bindings back, then every two seconds ages the table and saves it.
+#include "base/os.h"
+#include "base/task_loop.h"
+#include "snooping/record.h"
+#include "snooping/snooping.h"
+
+namespace dhcp::snooping {
+
+namespace {
+
+constexpr uint32_t period_us = 2000000, wait_for_begin_us = 1000000;
+
+base::TaskLoop task;
+
+void restore() {
+  const SnoopingLock lock;
+  read_dhcp_snoop_from_flash();
+}
+
+/// The whole round is under the lock, so nothing is aged or written while a frame is looked at.
+void round() {
+  const SnoopingLock lock;
+  const base::CycleLines lines;
+  timer_dhcp_snoop();
+  cycle_write_bind_flash();
+}
+
+}  // namespace
+
+}  // namespace dhcp::snooping
+
+int snoop_task_init() {
+  if (!dhcp::snooping::initialised()) init_dhcp_snooping();
+  return 0;
+}
+
+int snoop_task_entry(ModuleTaskEntry* row) {
+  using namespace dhcp::snooping;
+  bool restored = false;
+  return task.run(row, [&restored] {
+    if (!initialised()) return dhcp::base::os.sleep_us(wait_for_begin_us);
+    if (!restored) restore();
+    restored = true;
+    dhcp::base::os.sleep_us(period_us);
+    round();
+  });
+}
