@@ -15,6 +15,7 @@
 #include "base/text.h"
 #include "snooping/ageing.h"
 #include "snooping/bindings.h"
+#include "snooping/counters.h"
 #include "snooping/database.h"
 
 DhcpSnoopConfig g_dhcp_snooping;
@@ -74,6 +75,7 @@ void set_defaults() {
   restart_ageing();
   restart_database();
   forget_rogue();
+  clear_unlisted_counters();
 }
 
 /// Host calls may come before the service's own beginning: the lists are there from the moment the library is loaded.
