@@ -182,6 +182,28 @@ TEST_F(Module, EventsPassTheQueueInOrder) {
   EXPECT_EQ(wire::Reply(sent[1]).yiaddr, ip(192, 168, 1, 11));
 }
 
+TEST_F(Module, HostMayConfigureWhileFramesArriveAndLeasesAge) {
+  make_pool();
+  dhcp_server_start_stop(1);
+  ASSERT_EQ(dhcp_module_start(), 0);
+  std::vector<wire::Received> frames;
+  for (uint32_t n = 0; n < 100; ++n) frames.emplace_back(bench::discover(bench::mac_number(n)).frame());
+  char path[128];
+  for (wire::Received& frame : frames) {
+    device().post({.p = 0, .i = 0, .type = 1, .unused = {}, .len = 0, .data = frame.skp()});
+    device().now += 1;
+    dhcp_server_set_exclude_ip(ip(192, 168, 1, 12), ip(192, 168, 1, 14));
+    dhcp_server_set_pool_network(1, ip(192, 168, 1, 0), mask24, ip(192, 168, 1, 11), ip(192, 168, 1, 15));
+    show_dhcp_server_binding(path, 0, 0);
+    dhcp_server_clear_binding(0);
+    dhcp_server_del_exclude_ip(ip(192, 168, 1, 12), ip(192, 168, 1, 14));
+  }
+  while (device().released().size() < frames.size()) sched_yield();
+  dhcp_server_start_stop(0);  // while the task may be waiting on the socket
+  dhcp_module_stop();
+  device().take_sent();
+}
+
 TEST_F(Module, StrangeEventsAreToldAndForgotten) {
   testing::internal::CaptureStderr();
   dispatch(0, nullptr);

@@ -40,28 +40,18 @@ TEST_F(ServerConfig, EleventhPoolIsRefusedAndAKnownOneIsLeftAlone) {
   EXPECT_EQ(dhcp_server_del_pool_entry(99), 0);
 }
 
-TEST_F(ServerConfig, UnknownPoolFailsEveryCallAndChangesNothing) {
+TEST_F(ServerConfig, UnknownPoolFailsInsideTheLockAndSaysNothing) {
   const uint32_t ips[] = {1};
   const Bytes value = option_value(0);
-  const uint8_t* mac = mac_number(1).data();
-  EXPECT_EQ(dhcp_server_set_pool_network(9, 1, 1, 1, 1), -1);
-  EXPECT_EQ(dhcp_server_del_pool_network(9), -1);
-  EXPECT_EQ(dhcp_server_set_pool_lease(9, 1), -1);
-  EXPECT_EQ(dhcp_server_set_pool_option(9, 43, 1, value.data(), 2), -1);
-  EXPECT_EQ(dhcp_server_del_pool_option(9, 43), -1);
-  EXPECT_EQ(dhcp_server_set_static_host(9, mac, 1), -1);
-  EXPECT_EQ(dhcp_server_del_static_host(9, mac), -1);
-  EXPECT_EQ(dhcp_server_set_router(9, ips, 1), -1);
-  EXPECT_EQ(dhcp_server_del_router(9), -1);
-  EXPECT_EQ(dhcp_server_set_dns_srv(9, ips, 1), -1);
-  EXPECT_EQ(dhcp_server_del_dns_srv(9), -1);
-  for (auto set : {dhcp_server_set_tftp_server, dhcp_server_set_boot_file_name, dhcp_server_set_domain_name}) {
-    EXPECT_EQ(set(9, "x"), -1);
-  }
-  for (auto del : {dhcp_server_del_tftp_server, dhcp_server_del_boot_file_name, dhcp_server_del_domain_name}) {
-    EXPECT_EQ(del(9), -1);
-  }
-  EXPECT_EQ(dhcp_server_set_boot_file_size(9, 1), -1);
+  const int results[] = {dhcp_server_set_pool_network(9, 1, 1, 1, 1),
+                         dhcp_server_set_pool_option(9, 43, 1, value.data(), 2),
+                         dhcp_server_del_pool_option(9, 43),
+                         dhcp_server_set_static_host(9, mac_number(1).data(), 1),
+                         dhcp_server_del_static_host(9, mac_number(1).data()),
+                         dhcp_server_set_router(9, ips, 1),
+                         dhcp_server_set_dns_srv(9, ips, 1),
+                         dhcp_server_set_domain_name(9, "x")};
+  EXPECT_THAT(results, testing::Each(-1));
   for (const auto& line : device().log()) EXPECT_THAT(line.text, testing::StartsWith("DHCP Server mutex"));
 }
 
@@ -103,9 +93,13 @@ TEST_F(ServerConfig, NarrowedRangeLosesExactlyTheLeasesOutsideIt) {
   for (const auto& l : leases()) left.push_back(l.ip);
   EXPECT_THAT(left, ElementsAre(ip(192, 168, 1, 13), ip(192, 168, 1, 12), ip(192, 168, 1, 11)));
   EXPECT_EQ(pool().binding_count, 3);
-  // A pool whose network was taken away has none to prune by.
   dhcp_server_del_pool_network(1);
   EXPECT_THAT(leases(), IsEmpty());
+  // A pool's first network prunes nothing.
+  wire::Received frame(bench::discover(mac_number(1)).frame());
+  dhcp_add_binding(frame.skp(), &pool(), ip(10, 0, 0, 1));
+  ASSERT_EQ(dhcp_server_set_pool_network(1, ip(192, 168, 1, 0), mask24, ip(192, 168, 1, 11), ip(192, 168, 1, 13)), 0);
+  EXPECT_THAT(leases(), testing::SizeIs(1));
 }
 
 TEST_F(ServerConfig, NetworkIsRefusedByTwoIndependentLookUps) {

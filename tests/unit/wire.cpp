@@ -93,7 +93,7 @@ Bytes Message::frame() const {
   put(frame, ip_at, {0x45, 0});
   put(frame, ip_at + 2, be16(28 + message.size()));
   put(frame, ip_at + 8, {64, 17});
-  put(frame, ip_at + 12, slice(fixed_, 12, 4));  // a client speaks from its own address
+  put(frame, ip_at + 12, from_ip_ != 0 ? be32(from_ip_) : slice(fixed_, 12, 4));  // a client speaks from its own
   put(frame, ip_at + 16, be32(to_ip_));
   put(frame, ip_at + 10, be16(~folded_sum(slice(frame, ip_at, 20)) & 0xffff));
   put(frame, udp_at, {0, 68, 0, 67});
@@ -103,12 +103,13 @@ Bytes Message::frame() const {
   return frame;
 }
 
-Received::Received(const Bytes& frame) : storage_(new uint8_t[frame.size()]) {
+Received::Received(const Bytes& frame, uint32_t port, size_t room)
+    : storage_(new uint8_t[std::max(frame.size(), room)]) {
   std::copy(frame.begin(), frame.end(), storage_.get());
   skp_.users = 1;
   skp_.head = skp_.data = storage_.get();
   skp_.psize = static_cast<uint32_t>(frame.size());
-  skp_.in_intf = 3;
+  skp_.in_intf = port;
   __adp_receive_frame(&skp_, 1);
 }
 

@@ -47,6 +47,8 @@ class Message {
   Message& vlan(uint16_t id) { return vlan_ = id, *this; }
   Message& untagged() { return tagged_ = false, *this; }
   Message& from(const Mac& source) { return source_ = source, *this; }
+  /// The IPv4 source, where it is not ciaddr: a server speaks from its own address.
+  Message& from_ip(uint32_t address) { return from_ip_ = address, *this; }
   Message& unicast_to(const Mac& mac, uint32_t address) { return to_mac_ = mac, to_ip_ = address, *this; }
   Bytes frame() const;
 
@@ -55,14 +57,15 @@ class Message {
   bool end_ = true, tagged_ = true;
   uint16_t vlan_ = 10;
   Mac source_, to_mac_ = broadcast_mac;
-  uint32_t to_ip_ = broadcast_ip;
+  uint32_t to_ip_ = broadcast_ip, from_ip_ = 0;
 };
 
 /// A frame buffer as the chip hands it over. The storage is as long as the frame, so that a sanitizer sees every byte
 /// that is read behind it.
 class Received {
  public:
-  explicit Received(const Bytes& frame);
+  /// Behind the frame there may be `room` for a longer one.
+  explicit Received(const Bytes& frame, uint32_t port = 3, size_t room = 0);
   skpack* skp() { return &skp_; }
   Bytes bytes() const { return {storage_.get(), storage_.get() + skp_.psize}; }
 
