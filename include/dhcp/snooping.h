@@ -221,7 +221,7 @@ DHCP_API int set_dhcp_snoop_option82_remote_id(int add, int vlan, int id, const 
 DHCP_API int set_dhcp_snoop_option82_ip(int add, int vlan, uint32_t ip);
 DHCP_API int set_dhcp_snoop_option82_switch(int on);
 DHCP_API int set_dhcp_snoop_untrust_option82_switch(int trust);
-DHCP_API int get_option82_default_remoteid(uint8_t* mac);
+DHCP_API int get_option82_default_remoteid(uint8_t* mac); /* the caller holds the lock */
 
 /* Display: the path's length + 1, or -1 when the file cannot be opened. */
 DHCP_API int show_dhcp_snoop_conf(char* path, int a, int b);
@@ -277,7 +277,23 @@ struct DhcpSnoopDatabase {
   char path[DHCP_SNOOP_PATH_SIZE]; /* where the file lies */
 };
 
-/** Copies the counters of an interface; -1 when there is no such interface. Takes the lock, like the next two. */
+/** A binding as a value, for displays. */
+struct DhcpSnoopBinding {
+  uint8_t mac[6];
+  uint32_t ip;
+  uint32_t intf;
+  int32_t vlan;
+  int32_t lease;
+  int32_t age; /* seconds since it was learnt, or since the last ACK */
+  int32_t is_static;
+  int32_t state;
+};
+
+/** Copies the first `room` bindings, by MAC bucket. Returns how many there are, which may be more. Takes the lock. */
+DHCP_API int dhcp_snoop_get_bindings(struct DhcpSnoopBinding* out, int room);
+
+/** Copies the counters of an interface; 0 = frames of no listed interface. -1 when there is no such interface. Takes
+    the lock, like the next two. */
 DHCP_API int dhcp_snoop_get_counters(uint32_t intf, struct DhcpSnoopCounters* out);
 DHCP_API int dhcp_snoop_get_rogue(struct DhcpSnoopRogue* out);
 DHCP_API int dhcp_snoop_get_database(struct DhcpSnoopDatabase* out);

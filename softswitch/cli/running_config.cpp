@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "dhcp/server.h"
+#include "dhcp/snooping.h"
 #include "softswitch/cli/output.h"
 #include "softswitch/cli/settings.h"
 #include "softswitch/cli/words.h"
@@ -36,6 +37,8 @@ std::string port_lines(const PortConfig& port) {
   if (port.access_vlan != default_vlan) text += format(" switchport access vlan %u\n", port.access_vlan);
   if (port.mode == PortMode::trunk) text += " switchport trunk allowed vlan " + vlan_list_text(port.allowed) + "\n";
   if (port.native_vlan != default_vlan) text += format(" switchport trunk native vlan %u\n", port.native_vlan);
+  if (port.source_guard) text += " ip verify source\n";
+  if (port.arp_check) text += " ip arp inspection\n";
   if (text.empty()) return text;
   return format("interface gigabitethernet %u\n", port.port) + text + separator;
 }
@@ -53,13 +56,13 @@ std::string without_carriage_returns(std::string text) {
   return text;
 }
 
-/// What the module saves, between "!" lines at its blocks' ends.
-std::string module_lines() {
+/// What a service of the module saves, with a "!" line behind it.
+std::string module_lines(int (*save)(FILE*)) {
   char* saved = nullptr;
   size_t size = 0;
   FILE* stream = open_memstream(&saved, &size);
   if (stream == nullptr) return {};
-  onu_dhcp_server_save(stream);
+  save(stream);
   std::fclose(stream);
   std::string text = without_carriage_returns(std::string(saved, size));
   std::free(saved);
@@ -73,7 +76,7 @@ std::string running_config() {
   std::string text = separator + global_lines(device) + separator;
   for (uint32_t port = 1; port <= device.port_count(); ++port) text += port_lines(device.port(port).config);
   for (const VlanInterface& row : device.vlan_interfaces()) text += vlan_interface_lines(row);
-  return text + module_lines() + "end\n";
+  return text + module_lines(onu_dhcp_server_save) + module_lines(onu_dhcp_snoop_save) + "end\n";
 }
 
 std::optional<std::string> read_file(const std::string& path) {

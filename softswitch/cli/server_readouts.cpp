@@ -1,30 +1,9 @@
 /// The readouts that the server writes itself, as text files.
-#include <unistd.h>
-
 #include "dhcp/server.h"
-#include "softswitch/cli/running_config.h"
-#include "softswitch/cli/session.h"
+#include "softswitch/cli/readout_file.h"
 
 namespace dhcp::softswitch::cli {
 namespace {
-
-using Writer = int (*)(char* path, int a, int b);
-
-/// Lets the server write its file, shows it and removes it. One command runs at a time, so one name is enough.
-Outcome show_file(Session& session, Writer write, int a) {
-  char path[128] = "";
-  if (write(path, a, getpid()) < 0) return Fault{"the temporary file for this readout cannot be written"};
-  const auto text = read_file(path);
-  unlink(path);
-  if (!text) return Fault{"the temporary file of this readout cannot be read"};
-  session.say(*text);
-  return {};
-}
-
-template <Writer write>
-Outcome show(Session& session, const Args&) {
-  return show_file(session, write, 0);
-}
 
 Outcome show_pool(Session& session, const Args& args) {
   dhcp_server_mutex_lock_func();
@@ -37,15 +16,17 @@ Outcome show_pool(Session& session, const Args& args) {
 constexpr Modes exec = in(Mode::exec);
 
 constexpr Command rows[] = {
-    {exec, "show ip dhcp server", "State of the server and all pools", show<show_dhcp_server_conf>,
+    {exec, "show ip dhcp server", "State of the server and all pools", show_readout<show_dhcp_server_conf>,
      "show ip dhcp server"},
     {exec, "show ip dhcp pool POOL", "One pool with all its lines", show_pool, "show ip dhcp pool 1"},
-    {exec, "show ip dhcp binding", "Addresses given to clients", show<show_dhcp_server_binding>,
+    {exec, "show ip dhcp binding", "Addresses given to clients", show_readout<show_dhcp_server_binding>,
      "show ip dhcp binding | count"},
-    {exec, "show ip dhcp conflict", "Addresses found in use", show<show_dhcp_server_conflict>, "show ip dhcp conflict"},
-    {exec, "show ip dhcp excluded-address", "Addresses that are never handed out", show<show_dhcp_server_exclude>,
-     "show ip dhcp excluded-address"},
-    {exec, "show ip dhcp host", "Addresses kept for one client each", show<show_dhcp_server_host>, "show ip dhcp host"},
+    {exec, "show ip dhcp conflict", "Addresses found in use", show_readout<show_dhcp_server_conflict>,
+     "show ip dhcp conflict"},
+    {exec, "show ip dhcp excluded-address", "Addresses that are never handed out",
+     show_readout<show_dhcp_server_exclude>, "show ip dhcp excluded-address"},
+    {exec, "show ip dhcp host", "Addresses kept for one client each", show_readout<show_dhcp_server_host>,
+     "show ip dhcp host"},
 };
 
 }  // namespace

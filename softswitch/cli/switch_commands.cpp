@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "dhcp/snooping.h"
 #include "softswitch/cli/session.h"
 #include "softswitch/cli/settings.h"
 
@@ -50,7 +51,14 @@ Outcome for_each_vlan(const Args& args, Refusal (SwitchControl::*change)(uint16_
 }
 
 Outcome create_vlans(Session&, const Args& args) { return for_each_vlan(args, &SwitchControl::create_vlan); }
-Outcome delete_vlans(Session&, const Args& args) { return for_each_vlan(args, &SwitchControl::delete_vlan); }
+
+/// A VLAN that is snooped stays: its line in the saved configuration would be refused when it is loaded.
+Outcome delete_vlans(Session&, const Args& args) {
+  const uint8_t* const snooped = g_dhcp_snooping.vlan_bitmap;
+  for (const uint16_t vlan : args[0].vlans)
+    if ((snooped[vlan / 8] >> vlan % 8 & 1) != 0) return Fault{format("DHCP snooping is on in VLAN %u", vlan), 0};
+  return for_each_vlan(args, &SwitchControl::delete_vlan);
+}
 
 Outcome aging_time(Session&, const Args& args) { return blame(0, switch_control().set_mac_aging_time(args[0].number)); }
 Outcome default_aging_time(Session&, const Args&) {

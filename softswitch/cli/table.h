@@ -66,5 +66,9 @@ std::span<const Command> server_readouts();
 std::span<const Command> switch_commands();
 std::span<const Command> server_commands();
 std::span<const Command> pool_commands();
+std::span<const Command> snooping_readouts();
+std::span<const Command> snooping_clears();
+std::span<const Command> snooping_commands();
+std::span<const Command> guard_commands();
 
 }  // namespace dhcp::softswitch::cli

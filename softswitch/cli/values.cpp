@@ -27,6 +27,11 @@ constexpr Placeholder placeholders[] = {
     {"MINUTES", Kind::number, 0, 59, "minutes"},
     {"BLOCKS", Kind::number, 0, 65535, "size in blocks of 512 octets, 0 = do not tell the client"},
     {"CODE", Kind::number, 1, 254, "option code"},
+    {"PPS", Kind::number, 1, 1000000, "packet limit, frames a second"},
+    {"MODE", Kind::number, 0, 1, "mode, 0 = exempt from the check, 1 = checked like any other"},
+    {"DELAY", Kind::number, 1, 86400, "time between two writes, seconds"},
+    {"ID", Kind::number, 0, 255, "number before the text, one byte"},
+    {"EXPIRY", Kind::lease, 0, 0x7fffffff, "lease in seconds; -1 is what a lease without end is saved as"},
     {"ADDRESS", Kind::address, 0, 0, "IPv4 address"},
     {"NETWORK", Kind::address, 0, 0, "network address"},
     {"START", Kind::address, 0, 0, "first address"},
@@ -43,6 +48,7 @@ constexpr Placeholder placeholders[] = {
     {"DOMAIN", Kind::text, 1, 255, "domain name"},
     {"SERVERNAME", Kind::text, 1, 64, "TFTP server name"},
     {"FILE", Kind::text, 1, 128, "boot file name"},
+    {"STRING", Kind::text, 1, 63, "text, at most 63 characters"},
     {"TEXT", Kind::text, 1, max_option_bytes, "text, to the end of the line"},
 };
 
@@ -54,6 +60,15 @@ Refused whole_number(std::string_view text, uint32_t low, uint32_t high, std::st
     return {};
   }
   return std::string(what) + " must be a number from " + std::to_string(low) + " to " + std::to_string(high);
+}
+
+/// Negative numbers come from files: a lease without end is a signed number there.
+Refused lease(std::string_view text, Value& out) {
+  int32_t value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size()) return "a lease is a number of seconds";
+  out.number = static_cast<uint32_t>(value);
+  return {};
 }
 
 bool dotted_quad(std::string_view text, uint32_t& out) {
@@ -164,6 +179,7 @@ std::span<const Placeholder> all_placeholders() { return placeholders; }
 
 std::string shape_of(const Placeholder& place) {
   switch (place.kind) {
+    case Kind::lease:
     case Kind::number: return "<" + std::to_string(place.low) + "-" + std::to_string(place.high) + ">";
     case Kind::port: return "<1-" + std::to_string(switch_control().port_count()) + ">";
     case Kind::address:
@@ -191,6 +207,7 @@ std::optional<std::string> parse_value(const Placeholder& place, std::string_vie
     case Kind::address6: return address6(text, out);
     case Kind::vlan_list: return vlan_list(text, out);
     case Kind::hex: return hex(place, text, out);
+    case Kind::lease: return lease(text, out);
     case Kind::word:
     case Kind::text: return text_of_length(place, text);
   }

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "dhcp/server.h"
+#include "dhcp/snooping.h"
 #include "platform/text.h"
 #include "softswitch/cli/settings.h"
 #include "softswitch/command_line.h"
@@ -123,11 +124,14 @@ Refusal FakeSwitch::set_mac_aging_time(uint32_t seconds) {
 CliTest::CliTest() : directory(testing::TempDir() + "cli_" + std::to_string(getpid())) {
   std::filesystem::create_directories(directory);
   set_startup_path(directory + "/startup.conf");
+  dhcp_snoop_set_database_path(database().c_str(), (database() + ".new").c_str());
   wipe();
 }
 
 CliTest::~CliTest() {
   wipe();
+  exit_dhcp_snooping();
+  dhcp_snoop_set_database_path(nullptr, nullptr);
   std::filesystem::remove_all(directory);
 }
 
@@ -136,6 +140,7 @@ FakeSwitch& CliTest::fake() { return the_fake(); }
 void CliTest::wipe() {
   fake::reset();
   init_DHCPS_cfg();
+  init_dhcp_snooping();
   the_fake() = FakeSwitch();
   set_hostname("");
   session = Session();
@@ -169,9 +174,3 @@ std::string CliTest::load(const std::string& text) {
 
 }  // namespace cli
 }  // namespace dhcp::softswitch
-
-const char* str_intf_id(uint32_t intf) {
-  thread_local std::string name;
-  name = "Gi" + std::to_string(intf);
-  return name.c_str();
-}

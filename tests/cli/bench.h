@@ -79,6 +79,8 @@ class CliTest : public testing::Test {
   std::string load(const std::string& text);
   std::string running() { return Session().run("show running-config").text; }
 
+  std::string database() const { return directory + "/bindings"; }  // snooping's file
+
   std::string directory;
   Session session;
 };

@@ -71,7 +71,7 @@ TEST_F(SocketTest, ALineWithoutEndIsNotKeptForEver) {
 
 TEST_F(SocketTest, ATerminalEditsCompletesAndExplains) {
   EXPECT_THAT(say("interactive 0\n", "switch# "), Not(HasSubstr("Invalid")));
-  EXPECT_THAT(say("sh ip d?", "switch# sh ip d"), HasSubstr("dhcp  DHCP server"));
+  EXPECT_THAT(say("sh ip d?", "switch# sh ip d"), HasSubstr("dhcp  DHCP\r\n"));
   EXPECT_THAT(say("\t", "dhcp "), Not(HasSubstr("\a")));
   EXPECT_THAT(say("serber\x1b[D\x1b[D\bv\r", "switch# "), HasSubstr("server status"));
   EXPECT_THAT(say("conf\r", "switch(config)# "), Not(HasSubstr("%")));

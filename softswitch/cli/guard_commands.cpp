@@ -1,0 +1,146 @@
+/// IP source guard, ARP checking and the hosts of IGMP snooping: switches, readouts, clearing.
+#include "dhcp/snooping.h"
+#include "platform/text.h"
+#include "softswitch/cli/session.h"
+
+namespace dhcp::softswitch::cli {
+namespace {
+
+// --- Switches
+
+template <bool on>
+Outcome source_guard(Session& session, const Args&) {
+  return outcome(switch_control().set_source_guard(session.target(), on));
+}
+
+/// The list takes entries of checked ports only, so the port is marked before snooping is asked for its clients.
+Outcome arp_check_on(Session& session, const Args&) {
+  if (const Refusal why = switch_control().set_arp_check(session.target(), true)) return Fault{*why};
+  dhcp_snooping_snyc_add_to_arp_check();
+  return {};
+}
+
+Outcome arp_check_off(Session& session, const Args&) {
+  dhcp_snooping_snyc_del_arp_check(static_cast<int>(session.target()));
+  return outcome(switch_control().set_arp_check(session.target(), false));
+}
+
+// --- Readouts
+
+std::string number(uint64_t value) { return std::to_string(value); }
+
+/// The ports on which the guard is on, with what it has seen.
+void say_counters(Session& session, GuardKind kind, bool PortConfig::*on) {
+  const auto right = Align::right;
+  const bool arp = kind == GuardKind::arp;
+  std::vector<TextTable::Column> columns = {{"Port"},
+                                            {"Passed", right},
+                                            {"Dropped", right},
+                                            {"Unknown address", right},
+                                            {"Other MAC", right},
+                                            {arp ? "Other sender" : "Other VLAN", right},
+                                            {"Malformed", right}};
+  TextTable table(std::move(columns));
+  for (uint32_t port = 1; port <= switch_control().port_count(); ++port) {
+    if (!(switch_control().port(port).config.*on)) continue;
+    const GuardCounters counters = switch_control().guard_counters(port);
+    const GuardCounters::Counts& counts = counters.of(kind);
+    uint64_t dropped = 0;
+    for (const uint64_t count : counts.dropped) dropped += count;
+    const auto of = [&](GuardDrop reason) { return number(counts.dropped[static_cast<size_t>(reason)]); };
+    table.add({str_intf_id(port), number(counts.passed), number(dropped), of(GuardDrop::unknown),
+               of(GuardDrop::other_mac), of(arp ? GuardDrop::other_sender : GuardDrop::other_vlan),
+               of(GuardDrop::malformed)});
+  }
+  session.say(table.text());
+}
+
+std::string mac_text(const KnownHost& host) {
+  char text[18];
+  return onu_mac2str(host.mac.data(), text);
+}
+
+/// Hosts with their VLAN and lease; those on ports for which `shown` says no are left out.
+template <class Shown>
+void say_hosts(Session& session, HostList list, Shown shown) {
+  TextTable table({{"Port"}, {"IP address"}, {"MAC address"}, {"VLAN", Align::right}, {"Lease, s", Align::right}});
+  for (const KnownHost& host : switch_control().hosts(list)) {
+    if (!shown(host)) continue;
+    table.add({str_intf_id(host.intf), dotted(host.ip), mac_text(host), std::to_string(host.vlan),
+               std::to_string(host.lease)});
+  }
+  session.say(table.text());
+}
+
+Outcome show_source_guard(Session& session, const Args&) {
+  say_counters(session, GuardKind::source, &PortConfig::source_guard);
+  session.say("\n");
+  say_hosts(session, HostList::source_guard,
+            [](const KnownHost& host) { return switch_control().port(host.intf).config.source_guard; });
+  return {};
+}
+
+Outcome show_arp_check(Session& session, const Args&) {
+  say_counters(session, GuardKind::arp, &PortConfig::arp_check);
+  TextTable table({{"Port"}, {"IP address"}, {"MAC address"}, {"Entry"}, {"From"}});
+  const auto add = [&](HostList list, const char* kind) {
+    for (const KnownHost& host : switch_control().hosts(list))
+      table.add({str_intf_id(host.intf), dotted(host.ip), mac_text(host), kind,
+                 host.type == 2 ? "dhcp snooping" : std::to_string(host.type)});
+  };
+  add(HostList::arp_check, "checked");
+  add(HostList::fixed_arp, "fixed");
+  session.say("\n" + table.text());
+  return {};
+}
+
+/// IGMP snooping is told of all clients when it asks, and of none before.
+Outcome show_igmp_hosts(Session& session, const Args&) {
+  switch_control().forget_hosts(HostList::igmp);
+  dhcp_snooping_snyc_add_to_igsp();
+  say_hosts(session, HostList::igmp, [](const KnownHost&) { return true; });
+  return {};
+}
+
+// --- Clearing
+
+template <GuardKind kind>
+Outcome clear_counters(Session&, const Args&) {
+  switch_control().clear_guard_counters(kind);
+  return {};
+}
+
+/// Entries stay when their binding goes; this leaves those that a binding stands behind.
+Outcome clear_arp_entries(Session&, const Args&) {
+  switch_control().forget_hosts(HostList::arp_check);
+  dhcp_snooping_snyc_add_to_arp_check();
+  return {};
+}
+
+constexpr Modes exec = in(Mode::exec);
+constexpr Modes port = in(Mode::port);
+
+constexpr Command rows[] = {
+    {exec, "show ip verify source", "Guarded ports, the hosts that may send, and what was dropped", show_source_guard,
+     "show ip verify source"},
+    {exec, "show ip arp inspection", "Checked ports, the hosts that may speak for themselves, and what was dropped",
+     show_arp_check, "show ip arp inspection"},
+    {exec, "show ip igmp snooping hosts", "Hosts that IGMP snooping is told of", show_igmp_hosts,
+     "show ip igmp snooping hosts"},
+    {exec, "clear ip verify source statistics", "Begin counting again", clear_counters<GuardKind::source>,
+     "clear ip verify source statistics"},
+    {exec, "clear ip arp inspection statistics", "Begin counting again", clear_counters<GuardKind::arp>,
+     "clear ip arp inspection statistics"},
+    {exec, "clear ip arp inspection entries", "Forget hosts whose binding has gone", clear_arp_entries,
+     "clear ip arp inspection entries"},
+    {port, "ip verify source", "Drop IPv4 frames but those of clients bound to this port", source_guard<true>,
+     "ip verify source", "ip verify source", source_guard<false>},
+    {port, "ip arp inspection", "Drop ARP but that of clients bound to this port", arp_check_on, "ip arp inspection",
+     "ip arp inspection", arp_check_off},
+};
+
+}  // namespace
+
+std::span<const Command> guard_commands() { return rows; }
+
+}  // namespace dhcp::softswitch::cli
