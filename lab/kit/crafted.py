@@ -72,6 +72,16 @@ def dhcp(data):
     return packet[BOOTP] if BOOTP in packet and UDP in packet else None
 
 
+def from_server(kind, host, address, client, offered, options=(), to=None):
+    """A server's message to a client as the host sends it, without anybody having asked."""
+    area = b"".join(struct.pack("BB", code, len(value)) + value for code, value in
+                    [(53, bytes([kind])), (54, ip_bytes(address)), (51, struct.pack("!I", 3600)), *options])
+    message = BOOTP(op=2, xid=client.xid, yiaddr=offered, siaddr=address,
+                    chaddr=bytes.fromhex(client.mac.replace(":", "")))
+    return bytes(Ether(src=host.mac, dst=to or client.mac) / IP(src=address, dst=offered) / UDP(sport=67, dport=68) /
+                 message / Raw(COOKIE + area + b"\xff"))
+
+
 class Crafted:
     """One client identity on a host's port. `vlan` tags its frames; `giaddr` makes it speak through a relay agent
     that sits at that host."""

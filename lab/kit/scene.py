@@ -1,7 +1,7 @@
 """A scene: ports with hosts, configuration lines, and steps that say what they show and check it.
 
-A scene file has TITLE, PORTS, CONFIG and STEPS, and may have a LOG_LEVEL; `lab/run` plays it for a reader and for the
-checks alike.
+A scene file has TITLE, PORTS, CONFIG and STEPS, and may have a LOG_LEVEL, and UNHEARD: how the MACs begin whose frames
+it does not record. `lab/run` plays it for a reader and for the checks alike.
 """
 import re
 import socket
@@ -13,7 +13,9 @@ from kit import judge
 from kit.clients import Dhclient, Dhcpcd, wait_until
 from kit.crafted import Crafted
 from kit.sandbox import HERE
+from kit.servers import Dnsmasq
 from kit.switch import Switch
+from kit.traffic import Speaker
 from kit.wire import Host, Wire
 
 CAPTURE = f"{HERE}/capture.pcapng"
@@ -60,6 +62,12 @@ class Lab:
     def crafted(self, host, mac, **more):
         return Crafted(self.wire, self.hosts[host], mac, **more)
 
+    def dnsmasq(self, host, address, first, last, *more, **settings):
+        return Dnsmasq(self.hosts[host], address, first, last, *more, **settings)
+
+    def speaker(self, host, ip, mac=None):
+        return Speaker(self.wire, self.hosts[host], ip, mac)
+
     wait_until = staticmethod(wait_until)
 
     def devices(self, prefix):
@@ -105,13 +113,14 @@ class Lab:
         """What every scene ends with; then the switch is stopped."""
         self.wire.close()
         answer = next(frame.data for frame in self.wire.seen if frame.from_switch and frame.data[12:14] == b"\x08\x00" and
-                      frame.data[23] == 17 and frame.data[34:36] == b"\x00\x43")
+                      frame.data[23] == 17 and frame.data[34:36] == b"\x00\x43" and frame.data[40:42] != b"\0\0")
         self.expect_that("tshark objects to frames that were damaged on purpose, and only to them",
                          judge.sees_damage(answer, f"{HERE}/damaged.pcapng"))
         self.say(f"{judge.sent_by_switch(CAPTURE)} frames came out of the switch")
         self.expect("frames among them that are malformed or have a bad checksum", judge.faults(CAPTURE), [])
         senders = {frame.data[6:12].hex(":") for frame in self.wire.seen if not frame.from_switch} | {self.switch.mac}
         strangers = {frame.data[6:12].hex(":") for frame in self.wire.seen if frame.from_switch} - senders
+        strangers = {mac for mac in strangers if not mac.startswith(getattr(self.scene, "UNHEARD", "none"))}
         self.expect("senders among them that are neither the switch nor a host", strangers, set())
 
     def stops(self):

@@ -51,8 +51,11 @@ class Switch:
             file.seek(self.log_start)
             return file.read()
 
+    def client_words(self):
+        return [self.client, "--socket", SOCKET]
+
     def _ask(self, *commands):
-        words = [self.client, "--socket", SOCKET]
+        words = self.client_words()
         for command in commands:
             words += ["-c", command]
         return subprocess.run(words, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
@@ -76,6 +79,27 @@ class Switch:
 
     def bindings(self):
         return {row[0]: row[2] for row in self.rows("show ip dhcp binding")}
+
+    def snooped(self):
+        """Whom snooping knows: MAC -> (address, VLAN, port, lease, "dynamic" or "static", "bound" or "learning")."""
+        rows = [line.split() for line in self.cli("show ip dhcp snooping binding").splitlines()]
+        return {row[0]: (row[1], int(row[2]), row[3], row[4], row[6], row[7])
+                for row in rows if len(row) == 8 and row[0].count(":") == 5}
+
+    def snooping_drops(self, port):
+        """(ACKs, OFFERs) of servers on a port where none may be."""
+        for row in map(str.split, self.cli("show ip dhcp snooping").splitlines()):
+            if len(row) == 5 and row[0] == port:
+                return int(row[3]), int(row[4])
+        return 0, 0
+
+    def guarded(self, port, kind="ip verify source"):
+        """What a guard counted on a port: passed, dropped, and by reason: unknown address, other MAC, other VLAN (of
+        ARP: other sender), malformed."""
+        for row in map(str.split, self.cli("show " + kind).splitlines()):
+            if len(row) == 7 and row[0] == port:
+                return dict(zip(("passed", "dropped", "unknown", "mac", "other", "malformed"), map(int, row[1:])))
+        raise KeyError(f"no line of {port} in show {kind}")
 
     def running(self):
         return self.process is not None and self.process.poll() is None
