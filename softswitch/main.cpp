@@ -13,6 +13,7 @@
 #include "softswitch/fabric.h"
 #include "softswitch/log.h"
 #include "softswitch/options.h"
+#include "softswitch/state.h"
 #include "softswitch/vlan_interfaces.h"
 #include "softswitch/watch.h"
 
@@ -58,9 +59,11 @@ bool run(const Options& options, Background& background) {
   const auto mac = options.mac ? *options.mac : derived_mac(options.socket);
   fabric().setup(options.ports, mac);
   if (const Refusal why = vlan_interfaces().setup(mac)) return failed(*why);
+  if (const Refusal why = keep_state_in(options.state)) return failed(*why);
   const Watch watch;
   RunningModule module;
   if (!module.start()) return failed("the module does not start");
+  await_saved_bindings();
   std::string error;
   if (!load_configuration(options.config, error)) return failed(error);
   CommandServer commands(options.socket, options.config);
