@@ -1,7 +1,7 @@
 """A scene: ports with hosts, configuration lines, and steps that say what they show and check it.
 
-A scene file has TITLE, PORTS, CONFIG and STEPS, and may have a LOG_LEVEL, and UNHEARD: how the MACs begin whose frames
-it does not record. `lab/run` plays it for a reader and for the checks alike.
+A scene file has TITLE, PORTS, CONFIG and STEPS. It may have a LOG_LEVEL, a DEADLINE in seconds where it takes long, and
+UNHEARD: how the MACs begin whose frames it does not record. `lab/run` plays it for a reader and for the checks alike.
 """
 import re
 import socket
@@ -112,8 +112,7 @@ class Lab:
     def judged(self):
         """What every scene ends with; then the switch is stopped."""
         self.wire.close()
-        answer = next(frame.data for frame in self.wire.seen if frame.from_switch and frame.data[12:14] == b"\x08\x00" and
-                      frame.data[23] == 17 and frame.data[34:36] == b"\x00\x43" and frame.data[40:42] != b"\0\0")
+        answer = next(frame.data for frame in self.wire.seen if frame.from_switch and _is_checked_answer(frame.data))
         self.expect_that("tshark objects to frames that were damaged on purpose, and only to them",
                          judge.sees_damage(answer, f"{HERE}/damaged.pcapng"))
         self.say(f"{judge.sent_by_switch(CAPTURE)} frames came out of the switch")
@@ -126,6 +125,11 @@ class Lab:
     def stops(self):
         self.expect("exit status of the switch", self.switch.stop(), 0)
         self.expect("devices that it left behind", self.devices("eth"), [])
+
+
+def _is_checked_answer(data):
+    """An answer of a DHCP server with a UDP checksum."""
+    return data[12:14] == b"\x08\x00" and data[23] == 17 and data[34:36] == b"\0\x43" and data[40:42] != b"\0\0"
 
 
 def _place(error):

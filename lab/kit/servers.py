@@ -26,7 +26,7 @@ class Dnsmasq:
         with open(self.log, "w", encoding="utf-8") as log:
             self.process = subprocess.Popen(self.host.net.command(*self.words), stdin=subprocess.DEVNULL, stdout=log,
                                             stderr=log)
-        wait_until(lambda: re.search("DHCP, (sockets bound|IP range)", self.said()), 10, "the server on " + self.host.name)
+        wait_until(lambda: re.search("DHCP, (sockets bound|IP range)", self.said()), 10, f"{self.host.name}'s server")
         return self
 
     def said(self):

@@ -1,7 +1,7 @@
 """Plain traffic of a host that claims a MAC and an address, rightly or not, and whether the switch lets it through.
 
-A switch that drops a frame says nothing. But it keeps the order between two ports, and no guard looks at a frame that is
-neither IPv4 nor ARP: so when such a frame, sent afterwards, has come through, the one before it never will.
+A switch that drops a frame says nothing. But it keeps the order between two ports, and no guard looks at a frame that
+is neither IPv4 nor ARP: so when such a frame, sent afterwards, has come through, the one before it never will.
 """
 import itertools
 
@@ -32,7 +32,8 @@ class Speaker:
 
     def _echo(self, to, to_ip):
         marker = b"echo %08d of the lab" % next(_numbers)
-        return marker, bytes(Ether(src=self.mac, dst=to.mac) / IP(src=self.ip, dst=to_ip) / ICMP(id=0x1ab) / Raw(marker))
+        packet = IP(src=self.ip, dst=to_ip) / ICMP(id=0x1ab) / Raw(marker)
+        return marker, bytes(Ether(src=self.mac, dst=to.mac) / packet)
 
     def reaches(self, to, to_ip):
         """Whether an ICMP echo request arrives at the host."""

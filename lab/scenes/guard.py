@@ -73,7 +73,8 @@ def liars(lab):
     for what, port, reason, (host, ip, *mac) in lies:
         counted = moved(lab, port, lambda: lab.expect(f"{what} gets through", passes(lab, host, ip, *mac), False))
         lab.expect("counted", counted, {"dropped": 1, reason: 1})
-    lab.expect("alice herself is still answered", lab.speaker("alice", address).answered(lab.hosts["serv"], SERVER), True)
+    honest = lab.speaker("alice", address)
+    lab.expect("alice herself is still answered", honest.answered(lab.hosts["serv"], SERVER), True)
     lab.show("show ip verify source")
 
 

@@ -1,4 +1,4 @@
-"""A rogue DHCP server that is faster than the real one gets nobody, and every client's address, port and lease is known."""
+"""A rogue DHCP server that is faster than the real one gets nobody; every client's address, port and lease is known."""
 import re
 
 from kit.crafted import ACK, NAK, OFFER, Reply, dhcp, from_server
@@ -110,7 +110,8 @@ def forged(lab):
     for kind in (OFFER, ACK, NAK):
         for to in (victim.mac, "ff:ff:ff:ff:ff:ff"):
             rogue.send(from_server(kind, rogue, REAL, victim, "192.168.66.77", to=to))
-    lab.wait_until(lambda: lab.switch.snooping_drops("Gi5") == (drops[0] + 2, drops[1] + 2), 5, "the drops to be counted")
+    counted = (drops[0] + 2, drops[1] + 2)
+    lab.wait_until(lambda: lab.switch.snooping_drops("Gi5") == counted, 5, f"{counted} ACKs and OFFERs dropped")
     lab.expect("of them at any port", answers(lab, mark, REAL, arrived=True), [])
     lab.expect_that("the table is as before", lab.switch.snooped() == before)
 
