@@ -148,7 +148,7 @@ bool Fabric::no_room() const { return queue_->full() || frame_pool().available()
 
 Fabric::Arrival Fabric::inspect(uint32_t port, const RingFrame& in) const {
   Arrival arrival;
-  arrival.map = map_frame({in.data, in.size});
+  arrival.map = map_frame({in.data, in.size}, in.stripped);
   const FrameMap& map = arrival.map;
   if (map.udp_to == 0) return arrival;
   if (map.udp_to == dhcp6_client_port && map.type == type_ipv6 &&
@@ -165,7 +165,7 @@ Fabric::Arrival Fabric::inspect(uint32_t port, const RingFrame& in) const {
 std::optional<SwitchedFrame> Fabric::admit(uint32_t port, const RingFrame& in, const FrameMap& map) const {
   const bool beside = in.stripped && in.tag_type == type_tag;
   const bool inside = !beside && map.tagged;
-  if ((beside && map.tagged) || is_tag_type(map.type)) return std::nullopt;
+  if (map.nested) return std::nullopt;
   if (inside && in.large != nullptr) return std::nullopt;  // the note counts with the tag in place
   const uint16_t control = beside ? in.tci : inside ? load_be16(in.data + 14) : uint16_t{0};
   std::optional<uint16_t> tag;

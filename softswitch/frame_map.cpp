@@ -65,13 +65,14 @@ void map_ip6(std::span<const uint8_t> frame, FrameMap& map) {
 
 }  // namespace
 
-FrameMap map_frame(std::span<const uint8_t> frame) {
+FrameMap map_frame(std::span<const uint8_t> frame, bool tag_beside) {
   FrameMap map;
   if (frame.size() < ether_size) return map;
   map.tagged = load_be16(&frame[12]) == type_tag;
   map.l3 = map.tagged ? tagged_size : ether_size;
   if (frame.size() < map.l3) return map;
   map.type = load_be16(&frame[map.l3 - 2]);
+  map.nested = is_tag_type(map.type) || (tag_beside && map.tagged);
   if (map.type == type_ipv4) map_ip4(frame, map);
   if (map.type == type_ipv6) map_ip6(frame, map);
   return map;

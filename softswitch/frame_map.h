@@ -12,6 +12,7 @@ namespace dhcp::softswitch {
 struct FrameMap {
   uint16_t type = 0;     // EtherType, behind the tag when there is one; 0 = not even an Ethernet header
   bool tagged = false;   // one 802.1Q tag stands at offset 12
+  bool nested = false;   // a further tag stands behind it, or behind the one that came beside the frame
   bool sound = false;    // whole, unfragmented, and its lengths agree with each other
   uint8_t protocol = 0;  // IP protocol of the transport header
   uint32_t l3 = 0;       // behind the Ethernet header
@@ -22,7 +23,7 @@ struct FrameMap {
 
 /// Reads as far as the frame goes. The UDP port is also found in frames that are not sound: a frame cut short or
 /// fragmented must not slip past the rule that would have trapped it (RFC 7610 section 3 is the IPv6 case).
-FrameMap map_frame(std::span<const uint8_t> frame);
+FrameMap map_frame(std::span<const uint8_t> frame, bool tag_beside = false);
 
 /// Fills the header pointers of a received frame. False when the frame is not a whole UDP datagram over IPv4 or IPv6.
 bool point_headers(skpack& skp);

@@ -59,6 +59,21 @@ TEST(FrameMap, CutFramesAreNeverUsableButStillRecognisedByTheirPort) {
   }
 }
 
+/// Hosts take tags off one after the other, so what hides behind a second one would pass every rule and guard.
+TEST(FrameMap, SeesThatTagsAreNested) {
+  const auto retagged = [](Bytes frame, int type) {
+    frame.insert(frame.begin() + 12, {static_cast<uint8_t>(type >> 8), static_cast<uint8_t>(type), 0, 10});
+    return frame;
+  };
+  const Bytes plain = ip4(false, protocol_udp, 68, 300), tagged = ip4(true, protocol_udp, 68, 300);
+  EXPECT_FALSE(map_frame(plain, false).nested);
+  EXPECT_FALSE(map_frame(plain, true).nested);
+  EXPECT_FALSE(map_frame(tagged, false).nested);
+  EXPECT_TRUE(map_frame(tagged, true).nested) << "the outer tag came beside the frame";
+  for (const int type : {0x8100, 0x88a8, 0x9100}) EXPECT_TRUE(map_frame(retagged(tagged, type), false).nested) << type;
+  EXPECT_TRUE(map_frame(retagged(plain, 0x88a8), true).nested);
+}
+
 struct Lie {
   const char* what;
   size_t at;
