@@ -36,10 +36,10 @@ def furnish(build, keep):
     """Private directories; the build and the directory for captures stay reachable under HERE, wherever they are."""
     bind = {"build": build, "keep": keep}
     held = {name: os.open(path, os.O_PATH | os.O_DIRECTORY) for name, path in bind.items() if path}
-    for path in ("/run", "/tmp", "/etc/dhcp", "/var"):
+    for path in ("/run", "/tmp", "/etc/dhcp", "/var/lib/dhcp", "/var/lib/dhcpcd"):
         if os.path.isdir(path):
             run("mount", "-t", "tmpfs", "-o", "mode=1777" if path == "/tmp" else "mode=755", "lab", path)
-    for path in (HERE, "/run/netns", "/var/lib/dhcp", "/var/lib/dhcpcd", "/var/config", "/var/tmp"):
+    for path in (HERE, "/run/netns"):
         os.makedirs(path)
     for name, descriptor in held.items():
         os.mkdir(f"{HERE}/{name}")

@@ -10,6 +10,7 @@ SOCKET = f"{HERE}/switch.sock"
 CONFIG = f"{HERE}/switch.conf"  # `write memory` writes it, too
 MAC = "02:00:00:00:00:fe"
 LOG = f"{HERE}/switch.log"
+STATE = f"{HERE}/state"  # where it keeps its bindings
 
 
 class Switch:
@@ -32,8 +33,8 @@ class Switch:
         log = open(LOG, "a", encoding="utf-8")  # noqa: the child's from here on
         self.log_start = os.path.getsize(LOG)
         self.process = subprocess.Popen(
-            [self.program, "--config", CONFIG, "--socket", SOCKET, "--foreground", "--mac", MAC, "--log-level",
-             str(self.log_level)], stdin=subprocess.DEVNULL, stdout=log, stderr=log, env=self.surroundings)
+            [self.program, "--config", CONFIG, "--socket", SOCKET, "--state", STATE, "--foreground", "--mac", MAC,
+             "--log-level", str(self.log_level)], stdin=subprocess.DEVNULL, stdout=log, stderr=log, env=self.surroundings)
         log.close()
         deadline = time.monotonic() + 15
         while time.monotonic() < deadline:
