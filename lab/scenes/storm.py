@@ -38,6 +38,12 @@ def memory_kb(lab):
         return int(re.search(r"VmRSS:\s+(\d+)", status.read())[1])
 
 
+def keeps_what_is_freed(lab):
+    """Whether it is built with the address sanitizer: then its memory grows, and leaks show when it stops."""
+    with open(f"/proc/{lab.switch.process.pid}/maps", encoding="utf-8") as maps:
+        return "libasan" in maps.read()
+
+
 def table_full(lab):
     """DISCOVERs of eve's that found no place in the table."""
     rows = re.findall(r"^Gi2\s+table full\s+(\d+)", lab.switch.cli("show ip dhcp snooping statistics"), re.MULTILINE)
@@ -105,7 +111,7 @@ def blows(lab):
     lab.expect_that("pings went on being answered", pings >= 5 and answered >= 0.9 * pings)
     lab.expect_that("the client could renew", renewals >= 1)
     grown = memory_kb(lab) - memory
-    lab.expect_that(f"memory grew by {grown} of {memory} kB", grown <= MOST_GROWTH_KB)
+    lab.expect_that(f"memory grew by {grown} of {memory} kB", grown <= MOST_GROWTH_KB or keeps_what_is_freed(lab))
 
 
 @step("the known client's binding is as it was; new ones get in again when the storm's are cleared")
