@@ -119,10 +119,10 @@ Refused address6(std::string_view text, Value&) {
 Refused vlan_range(std::string_view item, std::vector<uint16_t>& out) {
   const size_t dash = item.find('-');
   uint32_t first = 0, last = 0;
-  if (const auto bad = whole_number(item.substr(0, dash), 1, max_vlan, "a VLAN identifier", first)) return bad;
+  if (auto bad = whole_number(item.substr(0, dash), 1, max_vlan, "a VLAN identifier", first)) return bad;
   last = first;
   if (dash != std::string_view::npos) {
-    if (const auto bad = whole_number(item.substr(dash + 1), 1, max_vlan, "a VLAN identifier", last)) return bad;
+    if (auto bad = whole_number(item.substr(dash + 1), 1, max_vlan, "a VLAN identifier", last)) return bad;
   }
   if (last < first) return "the range " + std::string(item) + " ends before it begins";
   for (uint32_t vlan = first; vlan <= last; ++vlan) out.push_back(static_cast<uint16_t>(vlan));
@@ -134,7 +134,7 @@ Refused vlan_list(std::string_view text, Value& out) {
   if (same_word(text, "all")) return {};
   for (size_t at = 0; at <= text.size();) {
     const size_t comma = std::min(text.find(',', at), text.size());
-    if (const auto bad = vlan_range(text.substr(at, comma - at), out.vlans)) return bad;
+    if (auto bad = vlan_range(text.substr(at, comma - at), out.vlans)) return bad;
     at = comma + 1;
   }
   std::sort(out.vlans.begin(), out.vlans.end());
