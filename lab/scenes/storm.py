@@ -28,6 +28,7 @@ SERVER = "192.168.10.1"
 CLIENT = "02:00:00:00:01:10"
 STORM, MOST_BINDINGS = 100_000, 250
 MOST_GROWTH_KB = 1024
+LEAST_ROUNDS = 20  # of a ping and a renewal while it blows
 PACKET_IGNORE_OUTGOING = 23
 UNHEARD = "02:ee"  # what the storm's senders begin with; its frames are not kept
 STEPS, step = steps_of()
@@ -50,7 +51,7 @@ def table_full(lab):
     return int(rows[0]) if rows else 0
 
 
-def storm(lab, frames):
+def storm(lab, frames, seed=1):
     """Sends from a process of its own, as fast as it can; its id."""
     eve = lab.hosts["eve"]
     frame = bytearray(lab.crafted("eve", eve.mac).frame(DISCOVER))
@@ -59,7 +60,7 @@ def storm(lab, frames):
     child = os.fork()
     if child != 0:
         return child
-    dice = random.Random(frames)
+    dice = random.Random(seed)
     for _ in range(frames):
         mac = prefix + dice.randbytes(4)
         frame[6:12] = frame[70:76] = mac
@@ -91,25 +92,27 @@ def start(lab):
 
 @step(f"{STORM} DISCOVERs: the table stops at {MOST_BINDINGS}, the client renews, others' pings are answered")
 def blows(lab):
-    os.waitpid(storm(lab, 2000), 0)  # what grows with the first of them does not count
+    os.waitpid(storm(lab, 2000, seed=0), 0)  # what grows with the first of them does not count
     lab.wait_until(lambda: table_full(lab) > 0, 10, "the table to be full")
     memory, full, began = memory_kb(lab), table_full(lab), time.monotonic()
     xena, yuri, client = lab.speaker("xena", "192.168.10.21"), lab.hosts["yuri"], lab.kept["client"]
-    child = storm(lab, STORM)
-    pings, answered, renewals, asked, most = 0, 0, 0, 0, 0
-    while not over(child):
-        pings += 1
+    child, sent = storm(lab, STORM), STORM
+    rounds, answered, renewals, most = 0, 0, 0, 0
+    while not (gone := over(child)) or rounds < LEAST_ROUNDS:
+        if gone:  # it was over so soon that nothing can be said yet
+            sent += STORM
+            child = storm(lab, STORM, seed=sent)
+        rounds += 1
         answered += xena.answered(yuri, "192.168.10.22", 1)
-        asked += 1
         ack = client.answer(client.send(REQUEST, ciaddr=lab.kept["address"]), seconds=1)
         renewals += ack is not None and (ack.kind, ack.address) == ("ACK", lab.kept["address"])
         most = max(most, len(lab.switch.snooped()))
     seconds = time.monotonic() - began
-    lab.say(f"{STORM} frames in {seconds:.1f} s, {table_full(lab) - full} of them inspected in vain")
-    lab.say(f"{answered} of {pings} pings answered, {renewals} of {asked} renewals acknowledged")
+    lab.say(f"{sent} frames in {seconds:.1f} s, {table_full(lab) - full} of them inspected in vain")
+    lab.say(f"{answered} of {rounds} pings answered, {renewals} of {rounds} renewals acknowledged")
     lab.expect("most bindings seen", most, MOST_BINDINGS)
-    lab.expect_that("pings went on being answered", pings >= 5 and answered >= 0.9 * pings)
-    lab.expect_that("the client could renew", renewals >= 1)
+    lab.expect_that("pings went on being answered", answered >= 0.9 * rounds)
+    lab.expect_that("the client could renew, now and then at a second try", renewals >= 0.5 * rounds)
     grown = memory_kb(lab) - memory
     lab.expect_that(f"memory grew by {grown} of {memory} kB", grown <= MOST_GROWTH_KB or keeps_what_is_freed(lab))
 
