@@ -4,6 +4,7 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "bench/options.h"
 #include "packet/bytes.h"
 
 namespace dhcp::bench {
@@ -19,7 +20,6 @@ namespace udp = packet::udp;
 namespace {
 
 constexpr uint8_t type_discover = 1, type_request = 3, type_release = 7;
-constexpr uint8_t option_requested = 50, option_type = 53, option_server = 54, option_list = 55, option_end = 255;
 
 /// One's-complement sum of a buffer of even length (RFC 1071), in memory order: eight bytes a step.
 uint64_t sum_of(const uint8_t* bytes, size_t size, uint64_t sum) {
@@ -145,18 +145,10 @@ std::optional<Answer> read_answer(std::span<const uint8_t> frame) {
   if (message[dhcp4::op.offset] != dhcp4::boot_reply) return std::nullopt;
   Answer answer{0, load_be32(&message[dhcp4::xid.offset]), load_be32(&message[dhcp4::yiaddr.offset]), 0,
                 base::MacAddress::from(&frame[6])};
-  const auto options = message.subspan(dhcp4::fixed_size);
-  for (size_t at = 0; at + 2 <= options.size() && options[at] != option_end;) {
-    if (options[at] == 0) {
-      ++at;
-      continue;
-    }
-    const size_t length = options[at + 1];
-    if (options.size() - at - 2 < length) break;
-    if (options[at] == option_type && length >= 1) answer.type = options[at + 2];
-    if (options[at] == option_server && length >= 4) answer.server = load_be32(&options[at + 2]);
-    at += 2 + length;
-  }
+  each_option(message.subspan(dhcp4::fixed_size), [&](uint8_t code, std::span<const uint8_t> value) {
+    if (code == option_type && !value.empty()) answer.type = value[0];
+    if (code == option_server && value.size() >= 4) answer.server = load_be32(value.data());
+  });
   if (answer.type == 0) return std::nullopt;
   return answer;
 }

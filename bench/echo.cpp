@@ -5,14 +5,14 @@
 #include <vector>
 
 #include "bench/client_frames.h"
-#include "bench/exchange_load.h"
+#include "bench/clock.h"
 #include "packet/bytes.h"
 
 namespace dhcp::bench {
 
 namespace {
 
-constexpr int64_t second_ns = 1'000'000'000, patience_ns = 100'000'000;
+constexpr int64_t patience_ns = 100'000'000;
 constexpr size_t stamp_at = frame_ip;  // eight bytes of the sender's clock
 
 using Frame = std::array<uint8_t, client_frame_size>;

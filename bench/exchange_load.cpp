@@ -1,22 +1,17 @@
 #include "bench/exchange_load.h"
 
 #include <algorithm>
-#include <ctime>
+
+#include "bench/clock.h"
 
 namespace dhcp::bench {
 
 namespace {
 
 constexpr uint8_t type_offer = 2, type_ack = 5, type_nak = 6;
-constexpr int64_t second_ns = 1'000'000'000, expiry_step_ns = 20'000'000;
+constexpr int64_t expiry_step_ns = 20'000'000;
 
 }  // namespace
-
-int64_t now_ns() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return now.tv_sec * second_ns + now.tv_nsec;
-}
 
 ExchangeLoad::ExchangeLoad(PacketPort& port, const LoadPlan& plan) : port_(port), plan_(plan) {
   plan_.clients = std::clamp<uint32_t>(plan_.clients, 1, 0xffff);

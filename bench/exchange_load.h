@@ -73,7 +73,4 @@ class ExchangeLoad {
   int64_t start_ = 0, next_expiry_ = 0;
 };
 
-/// Monotonic clock.
-int64_t now_ns();
-
 }  // namespace dhcp::bench
