@@ -1,9 +1,10 @@
 /// The IPv4 server: pools and their options, leases, conflicts, and the answers to clients.
 ///
-/// It owns the record `dhcps_cfg` and everything that hangs from it. The server lock (`dhcp_server_sem`) is held for the
-/// whole of a configuration call, a message or an ageing pass; inside it the busy word of the list that is walked or
-/// changed: pools first, then one of bindings, conflicts or excludes. Pool lookups take no word of their own, because
-/// a message holds the pools' word while it is handled. No platform call made under these comes back into the module.
+/// It owns the record `dhcps_cfg` and everything that hangs from it. The server lock (`dhcp_server_sem`) is held for
+/// the whole of a configuration call, a message or an ageing pass; inside it the busy word of the list that is walked
+/// or changed: pools first, then one of bindings, conflicts or excludes. Pool lookups take no word of their own,
+/// because a message holds the pools' word while it is handled. No platform call made under these comes back into the
+/// module.
 ///
 /// Inner functions here expect the server lock; the exported ones in dhcp/server.h say what they take.
 #pragma once
