@@ -13,7 +13,7 @@ bool load_configuration(const std::string& path, std::string& error) {
     error = path + ": " + std::strerror(errno);
     return false;
   }
-  cli::Session session(cli::Mode::configure);
+  cli::Session session = cli::Session::for_file();
   size_t number = 0;
   for (size_t at = 0; at < text->size();) {
     const size_t end = std::min(text->find('\n', at), text->size());

@@ -20,6 +20,13 @@ struct Reply {
 class Session {
  public:
   explicit Session(Mode mode = Mode::exec) : mode_(mode) {}
+  /// A configuration file being read: what only the state of the network forbids is skipped with a warning, so that the
+  /// switch comes back whatever its bindings are.
+  static Session for_file() {
+    Session session(Mode::configure);
+    session.from_file_ = true;
+    return session;
+  }
 
   Reply run(std::string_view line);
   std::vector<Choice> choices(std::string_view line) const;
@@ -31,6 +38,7 @@ class Session {
   void set_page_length(uint32_t lines) { page_length_ = lines; }
 
   // For handlers.
+  bool from_file() const { return from_file_; }
   void say(std::string_view text) { output_ += text; }
   void enter(Mode mode, uint32_t target = 0) { mode_ = mode, target_ = target; }
   uint32_t target() const { return target_; }  // port, VLAN or pool being configured
@@ -47,6 +55,7 @@ class Session {
   uint32_t target_ = 0;
   uint32_t page_length_ = 0;  // 0 = no paging
   bool ended_ = false;
+  bool from_file_ = false;
   std::string output_;
 };
 

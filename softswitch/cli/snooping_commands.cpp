@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "dhcp/snooping.h"
+#include "platform/log.h"
 #include "softswitch/cli/bindings.h"
 #include "softswitch/cli/session.h"
 
@@ -87,6 +88,12 @@ Outcome add_binding(Session& session, const Args& args) {
     return Fault{*why, with_ip ? 2 : 1};
   const int result = set_dhcp_snoop_bind(1, args[0].mac.data(), with_ip ? args[1].number : 0, session.target(),
                                          vlan_of(vlan), static_cast<int>(expiry.number));
+  if (result != 0 && session.from_file()) {
+    Log_logging_func(4, 28, "configuration",
+                     "the binding table is full of saved bindings: static binding of %s left out\n",
+                     args[0].text.c_str());
+    return {};
+  }
   return unless(result, "the binding table is full", 0);
 }
 

@@ -320,5 +320,17 @@ TEST_F(SnoopingLinesTest, GuardsShowTheirPortsHostsAndReasons) {
   EXPECT_EQ(fake().host_lists.count(HostList::arp_check), 0U);
 }
 
+TEST_F(SnoopingLinesTest, SavedBindingsThatFillTheTableDoNotKeepTheSwitchFromStarting) {
+  for (int digit = 1; digit <= 250; ++digit) learn(static_cast<uint8_t>(digit), 1, 10);
+  const std::string one_more = "ip dhcp snooping binding mac 02:00:00:00:01:00 vlan 10 expiry 600";
+  EXPECT_EQ(load("interface gigabitethernet 1\n" + one_more + "\n description after it"), "");
+  EXPECT_EQ(fake::device().logged(
+                "the binding table is full of saved bindings: static binding of 02:00:00:00:01:00 left out\n"),
+            1);
+  EXPECT_EQ(all_bindings().size(), 250U);
+  type({"configure", "interface gigabitethernet 1"});
+  EXPECT_THAT(refusal(one_more), HasSubstr("the binding table is full")) << "an operator is told";
+}
+
 }  // namespace
 }  // namespace dhcp::softswitch::cli
