@@ -23,9 +23,9 @@ inline uint32_t interface_at(uint32_t i) { return i <= fixed_ports ? i : (i - fi
 /// A zeroed element holding `ifindex`, to be freed with free(); null when there is no memory.
 template <class Node = intf_order_node>
 intf_order_node* new_port_node(uint32_t ifindex) {
-  auto* node = static_cast<intf_order_node*>(calloc(1, sizeof(Node)));
+  auto* node = static_cast<Node*>(calloc(1, sizeof(Node)));
   if (node != nullptr) node->ifindex = ifindex;
-  return node;
+  return reinterpret_cast<intf_order_node*>(node);
 }
 
 /// Makes the list and fills it with positions 1 .. (physical ports + 8); `count` becomes the number of elements.

@@ -42,10 +42,13 @@ constexpr std::array<Clear, 17> clears{{
     {"dhcp_snoop_binds_clear_vlan_intf", by_vlan | by_intf, "clear dhcp snooping binding by vlan intf"},
 }};
 
+/// What a call without a MAC compares with.
+constexpr uint8_t no_mac[6] = {};
+
 /// What the keys are compared with; those that a set does not use stay unread.
 struct Wanted {
   uint32_t ip = 0;
-  const uint8_t* mac = nullptr;
+  const uint8_t* mac = no_mac;
   int vlan = 0;
   uint32_t intf = 0;
 };
@@ -81,7 +84,7 @@ int clear(const Clear& set, const Wanted& wanted) {
 int dhcp_snooping_binding_clear(int type, uint32_t ip, const uint8_t* mac, int vlan, uint32_t intf) {
   const snooping::SnoopingLock lock;
   if (type < 0 || static_cast<size_t>(type) >= clears.size()) return 0;
-  return clear(clears[static_cast<size_t>(type)], {ip, mac, vlan, intf});
+  return clear(clears[static_cast<size_t>(type)], {ip, mac != nullptr ? mac : no_mac, vlan, intf});
 }
 
 int dhcp_snoop_binds_clear_all() { return clear(clears[0], {}); }

@@ -12,7 +12,7 @@ bool load_configuration(const std::string& path, std::string& error);
 /// Listens on a Unix stream socket, one operator a thread. `saved_as` is where `write memory` writes.
 class CommandServer {
  public:
-  CommandServer(std::string socket_path, std::string saved_as);
+  CommandServer(std::string socket_path, const std::string& saved_as);
   ~CommandServer();  // ends all operators' connections and removes the socket
   CommandServer(const CommandServer&) = delete;
   CommandServer& operator=(const CommandServer&) = delete;

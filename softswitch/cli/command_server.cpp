@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <algorithm>
 #include <cstring>
 #include <list>
 #include <thread>
@@ -80,7 +81,7 @@ bool CommandServer::State::open(std::string& error) {
     error = path + ": longer than the name of a socket can be";
     return false;
   }
-  std::strcpy(address.sun_path, path.c_str());
+  std::copy(path.begin(), path.end(), address.sun_path);  // the rest is zero
   if (someone_listens(address)) {
     error = path + ": another switch listens here";
     return false;
@@ -109,7 +110,7 @@ void CommandServer::State::run() {
   }
 }
 
-CommandServer::CommandServer(std::string socket_path, std::string saved_as)
+CommandServer::CommandServer(std::string socket_path, const std::string& saved_as)
     : state_(new State{std::move(socket_path), -1, -1, {}}) {
   cli::set_startup_path(saved_as);
 }

@@ -84,8 +84,9 @@ void complete(Terminal& t, std::string_view line, char key, cli_comphelp* list) 
   for (const Choice& choice : found) width = std::max(width, choice.word.size());
   for (const Choice& choice : found) {
     if (key == tab && !choice.keyword) continue;
-    std::string entry = choice.word;
-    if (key != tab) entry = "  " + entry + std::string(width - entry.size() + 2, ' ') + choice.help;
+    std::string entry = key == tab ? "" : "  ";
+    entry += choice.word;
+    if (key != tab) entry.append(width - choice.word.size() + 2, ' ').append(choice.help);
     cli_add_comphelp_entry(list, entry.c_str());
   }
 }
