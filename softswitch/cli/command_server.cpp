@@ -7,10 +7,10 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <algorithm>
 #include <cstring>
 #include <list>
 #include <thread>
