@@ -77,6 +77,17 @@ int adp_get_intf_by_addr(const uint8_t mac[6], uint32_t vlan, uint32_t* intf) {
   return 0;
 }
 
-int port_in_aggport(uint32_t, uint32_t*) { return -1; }
-int user_cosq_mapping_get(int, int* cos) { return *cos = 0; }
-int user_rx_cos_rate_set(int, int) { return 0; }
+int port_in_aggport(uint32_t port, uint32_t* group) {
+  const auto found = fake::device().group_of_port.find(port);
+  if (found == fake::device().group_of_port.end()) return -1;
+  *group = found->second;
+  return 0;
+}
+
+/// Every protocol has the queue of its own number, seven later.
+int user_cosq_mapping_get(int protocol, int* cos) { return *cos = protocol + 7, 0; }
+
+int user_rx_cos_rate_set(int cos, int pps) {
+  fake::device().call("user_rx_cos_rate_set(" + std::to_string(cos) + "," + std::to_string(pps) + ")");
+  return 0;
+}

@@ -16,10 +16,13 @@
 
 #include "base/os.h"
 #include "platform/log.h"
+#include "platform/security.h"
 
 namespace fake {
 
 namespace {
+
+constexpr size_t arp_record_size = 2126;
 
 std::unique_ptr<Device> current = std::make_unique<Device>();
 
@@ -80,6 +83,7 @@ Device& device() { return *current; }
 void reset() {
   fail_allocations(0);
   current = std::make_unique<Device>();
+  std::fill_n(arpr_cfg, arp_record_size, uint8_t{0});
   dhcp::base::os = {[] { return current->now.load(); }, sleep_us, query_interface, make_socket};
 }
 
@@ -100,6 +104,11 @@ int Device::logged_at(const std::string& text, const std::string& name) const {
 std::vector<Sent> Device::take_sent() {
   const std::lock_guard lock(mutex_);
   return std::exchange(sent_, {});
+}
+
+std::vector<std::string> Device::take_neighbour_calls() {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(neighbour_calls_, {});
 }
 
 const std::string& Device::temp_directory() {

@@ -64,6 +64,11 @@ class Device {
   bool sockets_cannot_be_made = false;
   int bind_error = 0;
   bool temp_files_cannot_be_made = false;
+  std::set<uint32_t> missing_vlans;
+  std::map<uint32_t, uint32_t> group_of_port;
+  // Answers of the neighbours: IP source guard, ARP module.
+  int source_guard_answer = 0, arp_check_answer = 0, fixed_arp_answer = 0;
+  std::set<uint32_t> ports_without_arp_check;
 
   // What the module did.
   std::vector<LogLine> log() const { return locked(log_); }
@@ -73,6 +78,8 @@ class Device {
   int logged_at(const std::string& text, const std::string& name = "") const;
   std::vector<std::pair<std::string, std::string>> traces() const { return locked(traces_); }
   std::vector<std::string> calls() const { return locked(calls_); }
+  /// What the neighbours were told since the last time, as "call mac ip interface ..." in the order of the record.
+  std::vector<std::string> take_neighbour_calls();
   std::vector<Sent> take_sent();
   std::vector<const skpack*> released() const { return locked(released_); }
   std::map<std::pair<uint32_t, uint32_t>, adp_fp_entity> rules() const { return locked(rules_); }
@@ -97,7 +104,7 @@ class Device {
 
   std::vector<LogLine> log_;
   std::vector<std::pair<std::string, std::string>> traces_;
-  std::vector<std::string> calls_, task_events_;
+  std::vector<std::string> calls_, neighbour_calls_, task_events_;
   std::vector<Sent> sent_;
   std::vector<const skpack*> released_;
   std::map<std::pair<uint32_t, uint32_t>, adp_fp_entity> rules_;

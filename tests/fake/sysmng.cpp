@@ -19,6 +19,10 @@ int get_dev_mac(const char*, uint8_t mac[6]) {
   return 0;
 }
 
+int get_vlan_valid(uint32_t vlan, int kind) {
+  return kind == 2 && fake::device().missing_vlans.count(vlan) == 0 ? 0 : -1;
+}
+
 int probe_dynamic_get_ip_dev_change() {
   fake::device().call("probe_dynamic_get_ip_dev_change");
   return 0;

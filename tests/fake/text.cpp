@@ -13,6 +13,12 @@ char* onu_mac2str(const uint8_t mac[6], char text[18]) {
 
 const char* str_enable(int on) { return on != 0 ? "enable" : "disable"; }
 
+const char* str_intf_id(uint32_t intf) {
+  static thread_local char text[16];
+  snprintf(text, sizeof text, "%s%u", intf >> 28 == 1 ? "Ag" : "Gi", intf & 0x0fffffff);
+  return text;
+}
+
 uint16_t cksum(const void* buf, int len) {
   const auto* bytes = static_cast<const uint8_t*>(buf);
   uint32_t sum = 0;
