@@ -5,11 +5,10 @@
 #include "base/log.h"
 #include "base/mac.h"
 #include "base/services.h"
-#include "dhcp/packet.h"
-#include "dhcp/relay.h"
 #include "dhcp/server.h"
 #include "dhcp/snooping.h"
 #include "module/module.h"
+#include "module/own_mac.h"
 #include "packet/bytes.h"
 #include "platform/adp.h"
 
@@ -33,12 +32,11 @@ struct Stage {
 };
 
 bool to_own_mac(const skpack& skp) {
-  base::MacAddress own;
-  if (skp.data == nullptr || skp.psize < own.bytes.size()) return false;
+  if (skp.data == nullptr || skp.psize < sizeof(base::MacAddress)) return false;
   // Clients mostly broadcast, and no interface has a group address: nothing to ask the system for.
   const auto destination = base::MacAddress::from(skp.data);
   if (destination.is_group()) return false;
-  return get_nic_address(dhcpr_cfg.ifname, nullptr, own.bytes.data()) == 0 && destination == own;
+  return read_own_mac() == destination;
 }
 
 /// Without the relay, what is addressed to the device itself on a snooping switch is for nobody.
