@@ -148,8 +148,8 @@ class ServerTwin : public ServerSelection {
   /// Keys of one type, some of them the beginning of others.
   Bytes any_key() { return Bytes(1 + below(4), static_cast<uint8_t>('a' + below(4))); }
   static wire::Received frame_of(const Bytes& key) {
-    Bytes id{1};
-    id.insert(id.end(), key.begin(), key.end());
+    Bytes id(1 + key.size(), 1);
+    std::copy(key.begin(), key.end(), id.begin() + 1);
     return wire::Received(discover(mac_number(1)).option(61, id).frame());
   }
 
