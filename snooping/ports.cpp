@@ -59,6 +59,5 @@ int dhcp_snooping_statistics_clear(uint32_t intf) {
     if (intf == 0 || node.ifindex == intf) clear_counters(node);
   });
   if (intf == 0) clear_unlisted_counters();
-  if (intf == 0) clear_unlisted_counters();
   return 0;
 }

@@ -1,0 +1,137 @@
+#include "tests/unit/snooping_bench.h"
+
+#include <semaphore.h>
+
+#include <fstream>
+#include <numeric>
+#include <sstream>
+
+#include "base/list.h"
+#include "dhcp/relay.h"
+#include "dhcp/trap.h"
+#include "platform/intf_list.h"
+
+extern "C" sem_t dhcp_snooping_sem;
+
+namespace bench {
+
+namespace {
+
+/// Counts the links of a bucket and looks whether each points back.
+int links(const DhcpListHead& head) {
+  int count = 0;
+  for (const DhcpListHead* at = head.next; at != &head; at = at->next) {
+    EXPECT_EQ(at->next->prev, at);
+    EXPECT_EQ(at->prev->next, at);
+    if (++count > 1000) ADD_FAILURE() << "a list without an end";
+    if (count > 1000) break;
+  }
+  return count;
+}
+
+void expect_at_rest(const DhcpSnoopIndex& index) {
+  for (int bucket = 0; bucket < DHCP_SNOOP_BUCKETS; ++bucket) {
+    EXPECT_EQ(index.busy[bucket].load(), 0u);
+    EXPECT_EQ(links(index.head[bucket]), index.count[bucket]) << "bucket " << bucket;
+  }
+}
+
+}  // namespace
+
+void SnoopingBench::SetUp() {
+  DeviceBench::SetUp();
+  at(0);
+  init_DHCPR_cfg();
+  init_DHCPS_cfg();
+  dhcp_snoop_set_database_path(table_path().c_str(), (device().temp_directory() + "/next.ini").c_str());
+  init_dhcp_snooping();
+  set_dhcp_snoop_switch(1);
+  set_dhcp_snoop_vlan(1, 10);
+  set_dhcp_snoop_vlan(1, 20);
+  set_dhcp_snoop_trust(1, uplink);
+}
+
+void SnoopingBench::TearDown() {
+  fake::fail_allocations(0);
+  expect_whole();
+  dhcpr_cfg.status = DHCPR_OFF;
+  dhcps_cfg.enable = 0;
+  exit_dhcp_snooping();
+  exit_DHCPR_cfg();
+  expect_whole();
+  EXPECT_EQ(g_dhcp_snooping.bind_count, 0);
+  EXPECT_EQ(g_dhcp_snooping.server_list, nullptr);
+  EXPECT_EQ(g_dhcp_snooping.verify_count, 0);
+  EXPECT_EQ(g_dhcp_snooping.sub_option_count, 0);
+  EXPECT_EQ(g_dhcp_snooping.raw_socket, -1);
+  EXPECT_THAT(device().rules(), testing::IsEmpty());
+  int lock = 0;
+  sem_getvalue(&dhcp_snooping_sem, &lock);
+  EXPECT_EQ(lock, 1) << "snooping lock";
+  dhcp_snoop_set_database_path(nullptr, nullptr);
+}
+
+Fate SnoopingBench::receive(const wire::Message& message, uint32_t in_port, size_t room) {
+  wire::Received received(message.frame(), in_port, room);
+  const int result = dhcp_packet_snooping_process(received.skp());
+  return {result, device().take_sent()};
+}
+
+wire::Message SnoopingBench::from_server(int type, const Mac& to, uint32_t yiaddr) {
+  return wire::Message(type, to).at(0, {2}).at(16, wire::be32(yiaddr)).from(server_mac).from_ip(server_ip);
+}
+
+MacBindStruct& SnoopingBench::bind(const Mac& mac, uint32_t yiaddr, uint32_t in_port, uint16_t vlan, uint32_t lease_s) {
+  receive(discover(mac).vlan(vlan), in_port);
+  receive(ack(mac, yiaddr, lease_s).vlan(vlan), uplink);
+  MacBindStruct* binding = find(mac);
+  EXPECT_TRUE(binding != nullptr && binding->state == 1);
+  static MacBindStruct none{};
+  return binding != nullptr ? *binding : none;
+}
+
+SnoopIntfEntry& SnoopingBench::entry_of(uint32_t intf) {
+  return *reinterpret_cast<SnoopIntfEntry*>(intf_order_list_search(g_dhcp_snooping.intf_list, intf));
+}
+
+uint32_t SnoopingBench::met(DhcpSnoopVerdict verdict, uint32_t intf, int type) {
+  DhcpSnoopCounters counters{};
+  EXPECT_EQ(dhcp_snoop_get_counters(intf, &counters), 0);
+  return counters.count[verdict][type];
+}
+
+void SnoopingBench::expect_whole() {
+  expect_at_rest(g_dhcp_snooping.mac_index);
+  expect_at_rest(g_dhcp_snooping.ip_index);
+  EXPECT_EQ(g_dhcp_snooping.intf_busy.load(), 0u);
+  const auto& counts = g_dhcp_snooping.mac_index.count;
+  EXPECT_EQ(std::accumulate(std::begin(counts), std::end(counts), 0), g_dhcp_snooping.bind_count);
+}
+
+std::string SnoopingBench::read_file(const std::string& path) {
+  std::ifstream file(path);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+void SnoopingBench::write_file(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
+
+std::string SnoopingBench::shown(int (*show)(char*, int, int)) {
+  char path[128] = "";
+  EXPECT_EQ(show(path, 1, 2), static_cast<int>(strlen(path)) + 1);
+  return read_file(path);
+}
+
+std::string SnoopingBench::saved() {
+  char* text = nullptr;
+  size_t size = 0;
+  FILE* stream = open_memstream(&text, &size);
+  EXPECT_EQ(onu_dhcp_snoop_save(stream), 0);
+  fclose(stream);
+  const std::string result(text, size);
+  free(text);
+  return result;
+}
+
+}  // namespace bench
