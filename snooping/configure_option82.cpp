@@ -29,7 +29,7 @@ int set_dhcp_snoop_option82_circuit_id(int add, int vlan, int id, const char* st
 int set_dhcp_snoop_option82_remote_id(int add, int vlan, int id, const char* string) {
   const SnoopingLock lock;
   if (add == 0) {
-    DHCP_LOG_AT(module_service, log_name, "del remote string from_vlan :%d", vlan);
+    DHCP_LOG_AT(module_service, log_name, "del remote string from vlan :%d", vlan);
     return del_SUB_OPTION(vlan, number(SubOption::remote_id));
   }
   DHCP_LOG_AT(module_service, log_name, "add remote id:%d string:%s from vlan :%d", id, shown(string), vlan);
