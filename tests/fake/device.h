@@ -82,6 +82,10 @@ class Device {
   std::vector<std::string> take_neighbour_calls();
   std::vector<Sent> take_sent();
   std::vector<const skpack*> released() const { return locked(released_); }
+  size_t released_count() const {
+    const std::lock_guard lock(mutex_);
+    return released_.size();
+  }
   std::map<std::pair<uint32_t, uint32_t>, adp_fp_entity> rules() const { return locked(rules_); }
   std::vector<std::string> task_events() const { return locked(task_events_); }
   uint32_t slept_ms() const { return slept_ms_.load(); }

@@ -119,7 +119,8 @@ void SnoopingBench::write_file(const std::string& path, const std::string& text)
 
 std::string SnoopingBench::shown(int (*show)(char*, int, int)) {
   char path[128] = "";
-  EXPECT_EQ(show(path, 1, 2), static_cast<int>(strlen(path)) + 1);
+  const int size = show(path, 1, 2);
+  EXPECT_EQ(size, static_cast<int>(strlen(path)) + 1);
   return read_file(path);
 }
 
