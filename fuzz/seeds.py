@@ -87,7 +87,50 @@ def options4():
     yield "write_full", bytes([200, 112]) + bytes([52, 255]) + bytes(255) + bytes([60, 51]) + bytes(51)
 
 
-for target in (server_door, options4):
+def snooping_step(step, who, chosen, kind, yiaddr=5, lease=b"", more=0, rest=b""):
+    """A message on the port that the step chooses: client, VLAN and address, DHCP type, options."""
+    return bytes([step, who, chosen, kind, yiaddr]) + lease + bytes([more]) + rest
+
+
+UNTRUSTED, TRUSTED, SUPPRESSED, RELAY = 0x00, 0x10, 0x20, 0x04
+OFFER, ACK, NAK = 2, 5, 6
+
+
+def snooping_door():
+    hour = struct.pack("!I", 3600)
+    lease = snooping_step(UNTRUSTED, 9, 0, DISCOVER) + snooping_step(TRUSTED, 9, 0, OFFER)
+    lease += snooping_step(UNTRUSTED, 9, 0, REQUEST) + snooping_step(TRUSTED, 9, 0x80, ACK, lease=hour)
+    yield "lease", lease + bytes([7, 0xFF, 7, 0xFF])
+    yield "release", lease + snooping_step(UNTRUSTED, 9, 0, RELEASE)
+    yield "decline", lease + snooping_step(UNTRUSTED, 9, 0, DECLINE) + snooping_step(0x40, 9, 0, RELEASE)
+    yield "rogue", b"".join(snooping_step(UNTRUSTED, 9, 0, kind) for kind in (OFFER, ACK, NAK))
+    yield "takes_over", lease + snooping_step(UNTRUSTED, 8, 0, REQUEST) + snooping_step(TRUSTED, 8, 0x80, ACK, lease=hour)
+    yield "static", snooping_step(UNTRUSTED, 1, 0, REQUEST) + snooping_step(TRUSTED, 1, 0, ACK) + snooping_step(UNTRUSTED, 1, 0, RELEASE)
+    yield "own_option82", snooping_step(UNTRUSTED, 9, 2, DISCOVER, more=1 | 6 << 2, rest=bytes([1, 4, 0, 1, 2, 3]))
+    yield "strip", lease + snooping_step(TRUSTED, 9, 0, ACK, more=1 | 6 << 2, rest=bytes([1, 4, 0, 1, 2, 3]))
+    yield "relay", snooping_step(UNTRUSTED | RELAY, 9, 2, DISCOVER) + snooping_step(TRUSTED | RELAY, 9, 2, OFFER)
+    yield "suppressed", snooping_step(SUPPRESSED, 9, 0, DISCOVER)
+    yield "verify", bytes([5, 2, 1]) + snooping_step(UNTRUSTED, 0x89, 0, DISCOVER) + bytes([5, 3, 0x89]) + snooping_step(UNTRUSTED, 0x89, 0, DISCOVER)
+    yield "servers", bytes([5, 4, 0x81]) + snooping_step(TRUSTED, 9, 0, OFFER) + snooping_step(TRUSTED, 9, 8, OFFER)
+    yield "crowd", b"".join(bytes([15, n]) for n in range(5)) + snooping_step(UNTRUSTED, 9, 0, DISCOVER) + bytes([7, 31])
+    for kind in range(18):
+        yield f"clear_{kind}", lease + bytes([5, 7, kind])
+    yield "no_end", snooping_step(UNTRUSTED, 9, 0, DISCOVER, more=2, rest=bytes([0]))
+    yield "raw", raw_step(frame(whole))
+
+
+def binding_file():
+    line = b"02:00:00:00:00:%02x,3600,10,%d,0,%u\n"
+    yield "three", b"".join(line % (n, n, 0x0A0A0000 + n) for n in (1, 2, 3))
+    yield "same_mac", line % (1, 1, 5) + line % (1, 2, 6)
+    yield "same_address", line % (1, 1, 5) + line % (2, 1, 5)
+    yield "garbled", b"02:00:00,x\n\n,,,,,\n" + line % (1, 1, 5) + b"zz" * 300 + b"\n"
+    yield "numbers", b"ffffffff:-1:0x10:1:2:3,-1,99999999999,-5,7,4294967296\n"
+    yield "many", b"".join(line % (n % 256, 1, n) for n in range(1, 300))
+    yield "no_newline", (line % (1, 1, 5))[:-1]
+
+
+for target in (server_door, options4, snooping_door, binding_file):
     folder = CORPUS / target.__name__
     folder.mkdir(parents=True, exist_ok=True)
     for name, data in target():
