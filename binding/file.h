@@ -2,6 +2,7 @@
 ///
 /// The traits type of the table also says how a binding is spelt:
 ///
+///   longest_line           characters that are read of a line at once
 ///   print(stream, entry)   one line, with its end; negative = failed
 ///   parse(line, entry)     fills a zeroed entry as far as the line goes; true = every field was there
 ///
@@ -27,10 +28,10 @@ struct FileHistory {
   uint32_t skipped;  // lines of the last read that were no whole binding
 };
 
-/// Counts the lines of `stream` and calls `take(line, first)` for each, cut into pieces of at most 255 characters.
-template <class Take>
+/// Calls `take(line)` for each line of the stream, a longer one in pieces of at most `longest` characters.
+template <size_t longest, class Take>
 void each_line(FILE* stream, Take take) {
-  std::array<char, 256> line;
+  std::array<char, longest + 1> line;
   while (fgets(line.data(), static_cast<int>(line.size()), stream) != nullptr) take(line.data());
 }
 
@@ -76,7 +77,7 @@ class File {
   void read(FILE* stream, Take take) {
     history_.loaded = history_.skipped = 0;
     history_.last_read = base::now32();
-    each_line(stream, [&](const char* line) {
+    each_line<Traits::longest_line>(stream, [&](const char* line) {
       auto* entry = new (std::nothrow) Entry{};
       if (entry == nullptr) return;
       ++(Traits::parse(line, *entry) ? history_.loaded : history_.skipped);

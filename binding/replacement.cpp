@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cerrno>
-#include <climits>
 
 #include "base/os.h"
 
@@ -66,7 +65,7 @@ bool copy_to_disk(const char* from, const char* to) {
 
 /// To another file system: a copy beside the old file first, because only a neighbour can be moved in one step.
 bool move_across(const FilePaths& paths) {
-  std::array<char, PATH_MAX> beside;
+  std::array<char, 256> beside;
   const int length = snprintf(beside.data(), beside.size(), "%s.new", paths.path);
   if (length < 0 || static_cast<size_t>(length) >= beside.size()) return false;
   if (copy_to_disk(paths.temporary, beside.data()) && base::os.rename(beside.data(), paths.path) == 0) {

@@ -1,4 +1,4 @@
-/// The binding table of IPv4 snooping, as a set of rules over binding/table.h.
+/// The bindings of IPv4 snooping: what binding/table.h and binding/file.h leave to the service, and the table itself.
 #pragma once
 
 #include <cstdio>
@@ -33,6 +33,7 @@ struct BindingRules {
   /// The verify entry of a binding goes with it.
   static void erasing(Entry& entry);
 
+  static constexpr size_t longest_line = 255;
   /// "mac,lease,vlan,interface,static,ip", numbers in decimal.
   static int print(FILE* stream, const Entry& entry);
   static bool parse(const char* line, Entry& entry);
