@@ -53,7 +53,7 @@ Bytes own_option() {
   uint8_t mac[6] = {}, bytes[255];
   get_option82_default_remoteid(mac);
   const int size = fill_option82(bytes, mac, vlan, port, module);
-  HOLDS(size >= 20 && size <= 2 + 134 && bytes[0] == 82 && bytes[1] == size - 2);
+  HOLDS(size >= 10 && size <= 142 && bytes[0] == 82 && bytes[1] == size - 2);
   return {bytes, bytes + size};
 }
 

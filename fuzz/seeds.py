@@ -87,6 +87,21 @@ def options4():
     yield "write_full", bytes([200, 112]) + bytes([52, 255]) + bytes(255) + bytes([60, 51]) + bytes(51)
 
 
+def option82():
+    plain = option(53, b"\x01") + option(55, bytes([1, 3, 6]))
+    foreign = option(82, b"\x01\x02xy")
+    areas = {"bare": plain + b"\xff", "first": foreign + plain + b"\xff", "last": plain + foreign + b"\xff",
+             "twice": foreign + plain + foreign + b"\xff\0\0", "pads": b"\0" + plain + b"\0\0\xff\0", "no_end": plain,
+             "cut": plain + bytes([82]), "cut_length": plain + bytes([82, 200, 1]), "empty_82": bytes([82, 0, 255]),
+             "full": bytes(1193) + b"\xff", "one_more": bytes(1194) + b"\xff", "only_end": b"\xff"}
+    for name, area in areas.items():
+        for mode in range(3):
+            yield f"{name}_{mode}", bytes([mode, 0, 0]) + area
+    yield "strings", bytes([2, 0xFF, 0]) + plain + b"\xff"
+    yield "address", bytes([1, 4, 0]) + foreign + b"\xff"
+    yield "bent", bytes([2, 0, 254]) + plain + b"\xff"
+
+
 def snooping_step(step, who, chosen, kind, yiaddr=5, lease=b"", more=0, rest=b""):
     """A message on the port that the step chooses: client, VLAN and address, DHCP type, options."""
     return bytes([step, who, chosen, kind, yiaddr]) + lease + bytes([more]) + rest
@@ -130,7 +145,7 @@ def binding_file():
     yield "no_newline", (line % (1, 1, 5))[:-1]
 
 
-for target in (server_door, options4, snooping_door, binding_file):
+for target in (server_door, options4, option82, snooping_door, binding_file):
     folder = CORPUS / target.__name__
     folder.mkdir(parents=True, exist_ok=True)
     for name, data in target():
