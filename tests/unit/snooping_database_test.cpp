@@ -101,6 +101,9 @@ TEST_F(SnoopingDatabase, LoadedBindingWinsOverWhatIsThere) {
   load("02:aa:00:00:00:02,900,10,4,0,3232235786\n");
   EXPECT_EQ(get_mac_bind_entry_count(), 1) << "the very same one is replaced";
   EXPECT_EQ(find(neighbour)->lease, 900);
+  load("02:aa:00:00:00:02,900,10,5,0,3232235786\n");
+  EXPECT_EQ(get_mac_bind_entry_count(), 1) << "its own former port loses it";
+  EXPECT_EQ(find(neighbour)->intf, 5u);
   // A MAC that is just being learnt is there twice, the loaded one in front; each goes for itself.
   receive(bench::discover(client), other_port);
   load("02:aa:00:00:00:01,600,10,3,0,3232235787\n");
@@ -115,7 +118,9 @@ TEST_F(SnoopingDatabase, LoadedBindingWinsOverWhatIsThere) {
 TEST_F(SnoopingDatabase, ShortestLeaseIsTakenFromTheFile) {
   load("02:aa:00:00:00:01,0,10,3,0,1\n02:aa:00:00:00:02,700,10,3,0,2\n");
   EXPECT_EQ(g_dhcp_snooping.min_lease, 700) << "a lease of 0 leaves it open";
-  load("02:aa:00:00:00:03,0,10,3,0,3\n02:aa:00:00:00:04,800,10,3,0,4\n02:aa:00:00:00:05,650,10,3,1,5\n");
+  load("02:aa:00:00:00:03,0,10,3,0,3\n");
+  EXPECT_EQ(g_dhcp_snooping.min_lease, 700) << "nor does it shorten one";
+  load("02:aa:00:00:00:04,800,10,3,0,4\n02:aa:00:00:00:05,650,10,3,1,5\n");
   EXPECT_EQ(g_dhcp_snooping.min_lease, 650);
 }
 
