@@ -1,4 +1,4 @@
-/// The list of all ports and aggregation groups that relay, server and IPv4 snooping fill once at their start.
+/// The lists of ports and aggregation groups that the services fill once at their start.
 #pragma once
 
 #include <cstdint>
@@ -28,17 +28,15 @@ intf_order_node* new_port_node(uint32_t ifindex) {
   return reinterpret_cast<intf_order_node*>(node);
 }
 
-/// Makes the list and fills it with positions 1 .. (physical ports + 8); `count` becomes the number of elements.
-/// Null when there is no memory for the list; an element that cannot be made is left out.
-template <class Node = intf_order_node>
-intf_order_list* make_port_list(int32_t& count) {
+/// Makes a list of the interfaces at positions 1 .. `last`; `count` becomes the number of elements. Null when there is
+/// no memory for the list; an element that cannot be made is left out.
+template <class Node>
+intf_order_list* fill_port_list(uint32_t last, uint32_t (*interface)(uint32_t), int32_t& count) {
   count = 0;
   intf_order_list* list = intf_order_list_init();
   if (list == nullptr) return nullptr;
-  const int reported = adp_get_max_phy_port_num();
-  const uint32_t last = (reported > 0 ? static_cast<uint32_t>(reported) : 0) + extra_groups;
   for (uint32_t i = 1; i <= last; ++i) {
-    intf_order_node* node = new_port_node<Node>(interface_at(i));
+    intf_order_node* node = new_port_node<Node>(interface(i));
     if (node == nullptr) continue;
     if (intf_order_list_add_node(list, node) == 0) {
       ++count;
@@ -47,6 +45,23 @@ intf_order_list* make_port_list(int32_t& count) {
     }
   }
   return list;
+}
+
+inline uint32_t physical_ports() {
+  const int reported = adp_get_max_phy_port_num();
+  return reported > 0 ? static_cast<uint32_t>(reported) : 0;
+}
+
+/// Positions 1 .. (physical ports + 8), groups among them.
+template <class Node = intf_order_node>
+intf_order_list* make_port_list(int32_t& count) {
+  return fill_port_list<Node>(physical_ports() + extra_groups, interface_at, count);
+}
+
+/// The physical ports alone, however many: what relay and client of IPv6 send to.
+inline intf_order_list* make_physical_port_list(int32_t& count) {
+  return fill_port_list<intf_order_node>(
+      physical_ports(), [](uint32_t port) { return port; }, count);
 }
 
 }  // namespace dhcp::base
