@@ -22,13 +22,6 @@ enum {
   DHCPS_BOOT_FILE_SIZE = 128
 };
 
-/** A global list: count, head, and the word that whoever walks or changes it sets to 255 meanwhile. */
-struct DhcpServerList {
-  int32_t count;
-  struct DhcpListHead head;
-  dhcp_word busy;
-};
-
 /** A list inside a pool, guarded by the pools' word. */
 struct DhcpPoolList {
   int32_t count;

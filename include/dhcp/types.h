@@ -33,4 +33,11 @@ struct DhcpListHead {
   struct DhcpListHead *next, *prev;
 };
 
+/** A global list of a server: count, head, and the word that whoever walks or changes it sets to 255 meanwhile. */
+struct DhcpServerList {
+  int32_t count;
+  struct DhcpListHead head;
+  dhcp_word busy;
+};
+
 #endif
