@@ -6,5 +6,8 @@ namespace dhcp::base {
 bool snooping_on();
 bool relay_on();
 bool server_on();
+bool snooping6_on();
+bool relay6_on();
+bool server6_on();
 
 }  // namespace dhcp::base

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdint>
 
+#include "base/ip6.h"
+
 namespace dhcp::base {
 
 /// Dotted text of a host-order IPv4 address.
@@ -14,6 +16,16 @@ class IpText {
 
  private:
   std::array<char, 16> text_;
+};
+
+/// Text of an IPv6 address as inet_ntop() writes it.
+class Ip6Text {
+ public:
+  explicit Ip6Text(const Ip6& ip);
+  const char* c_str() const { return text_.data(); }
+
+ private:
+  std::array<char, 64> text_{};
 };
 
 /// Network byte order to and from host order, for the few values that socket calls hand over.

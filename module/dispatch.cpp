@@ -5,8 +5,10 @@
 #include "base/log.h"
 #include "base/mac.h"
 #include "base/services.h"
+#include "dhcp/relay.h"
 #include "dhcp/server.h"
 #include "dhcp/snooping.h"
+#include "module/absent_services.h"
 #include "module/module.h"
 #include "module/own_mac.h"
 #include "packet/bytes.h"
@@ -19,45 +21,66 @@ namespace {
 /// What a stage's answer means for the stages after it.
 enum class Answer {
   ignored,   // the frame goes on
-  consumes,  // a non-zero answer ends the walk
+  consumes,  // after a non-zero answer the frame is no other service's
 };
 
-/// One service on the way of a frame.
+/// One service on the way of a frame. A stage that is asked `always` sees also what an earlier one has consumed.
 struct Stage {
-  bool (*on)();
+  bool (*on)(const skpack&);
   const char* name;
   const char* receive_text;
   int (*process)(skpack*);
   Answer answer;
+  bool always = false;
 };
 
-bool to_own_mac(const skpack& skp) {
+/// A service that is on is asked for every frame.
+template <bool (*service_on)()>
+bool when(const skpack& /*skp*/) {
+  return service_on();
+}
+
+bool to_mac_of(const char* ifname, const skpack& skp) {
   if (skp.data == nullptr || skp.psize < sizeof(base::MacAddress)) return false;
   // Clients mostly broadcast, and no interface has a group address: nothing to ask the system for.
   const auto destination = base::MacAddress::from(skp.data);
   if (destination.is_group()) return false;
-  return read_own_mac() == destination;
+  return read_own_mac(ifname) == destination;
 }
+
+/// The client's interface is this one, whatever the relay's is called.
+bool to_eth0(const skpack& skp) { return to_mac_of("eth0", skp); }
 
 /// Without the relay, what is addressed to the device itself on a snooping switch is for nobody.
 int snoop(skpack* skp) {
-  if (!base::relay_on() && to_own_mac(*skp)) return -1;
+  if (!base::relay_on() && to_mac_of(dhcpr_cfg.ifname, *skp)) return -1;
   return dhcp_packet_snooping_process(skp);
 }
 
 constexpr std::array ipv4_stages{
-    Stage{base::snooping_on, "DHCP snooping", "DHCP Snooping Receive dhcp packet\n", snoop, Answer::consumes},
-    Stage{base::server_on, "DHCP Server", "DHCP Server receive packet\n", dhcp_server_packet_process, Answer::ignored},
+    Stage{when<base::snooping_on>, "DHCP snooping", "DHCP Snooping Receive dhcp packet\n", snoop, Answer::consumes},
+    Stage{when<base::server_on>, "DHCP Server", "DHCP Server receive packet\n", dhcp_server_packet_process,
+          Answer::ignored},
 };
 
-constexpr std::array<Stage, 0> ipv6_stages{};
+constexpr std::array ipv6_stages{
+    Stage{when<base::snooping6_on>, "DHCP6 Snooping ", "DHCP6 snooping receive packet\n", dhcp6_packet_snooping_process,
+          Answer::consumes},
+    Stage{when<base::relay6_on>, "DHCP6 relay ", "DHCP6 relay receive packet\n", dhcp6_relay_packet_process,
+          Answer::ignored},
+    Stage{when<base::server6_on>, "DHCP6 server ", "DHCP6 server receive packet\n", dhcp6_server_packet_process,
+          Answer::ignored},
+    Stage{to_eth0, "DHCP6 client ", "DHCP6 client receive packet\n", dhcp6_client_packet_process, Answer::ignored,
+          true},
+};
 
 void walk(std::span<const Stage> stages, skpack* skp) {
+  bool consumed = false;
   for (const Stage& stage : stages) {
-    if (!stage.on()) continue;
+    if ((consumed && !stage.always) || !stage.on(*skp)) continue;
     DHCP_LOG(base::module_service, stage.name, "%s", stage.receive_text);
     const int result = stage.process(skp);
-    if (stage.answer == Answer::consumes && result != 0) return;
+    if (stage.answer == Answer::consumes && result != 0) consumed = true;
   }
 }
 

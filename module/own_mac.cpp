@@ -10,7 +10,6 @@
 
 #include "base/os.h"
 #include "dhcp/packet.h"
-#include "dhcp/relay.h"
 
 namespace dhcp::module {
 
@@ -19,11 +18,11 @@ namespace {
 /// Stays open from one frame to the next: making and closing a socket costs more than all else that is done for one.
 int query_socket = -1;
 
-bool query(base::MacAddress& mac) {
+bool query(const char* ifname, base::MacAddress& mac) {
   if (query_socket < 0) query_socket = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   if (query_socket < 0) return false;
   ifreq request{};
-  memcpy(request.ifr_name, dhcpr_cfg.ifname, strnlen(dhcpr_cfg.ifname, sizeof request.ifr_name - 1));
+  memcpy(request.ifr_name, ifname, strnlen(ifname, sizeof request.ifr_name - 1));
   if (base::os.query_interface(query_socket, SIOCGIFHWADDR, &request) != 0) return false;
   memcpy(mac.bytes.data(), request.ifr_hwaddr.sa_data, mac.bytes.size());
   return true;
@@ -31,10 +30,10 @@ bool query(base::MacAddress& mac) {
 
 }  // namespace
 
-std::optional<base::MacAddress> read_own_mac() {
+std::optional<base::MacAddress> read_own_mac(const char* ifname) {
   base::MacAddress mac;
   // The second way is slower, and tells the console why there is no answer.
-  if (query(mac) || get_nic_address(dhcpr_cfg.ifname, nullptr, mac.bytes.data()) == 0) return mac;
+  if (query(ifname, mac) || get_nic_address(ifname, nullptr, mac.bytes.data()) == 0) return mac;
   return std::nullopt;
 }
 

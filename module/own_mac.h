@@ -1,4 +1,4 @@
-/// The MAC of the device's own interface, for the frames of a snooping switch without a relay.
+/// The MAC of one of the device's own interfaces, for the frames that are addressed to the device itself.
 #pragma once
 
 #include <optional>
@@ -8,7 +8,7 @@
 namespace dhcp::module {
 
 /// As the kernel has it now: the operator may change it at any time. On the "dhcpr" task only.
-std::optional<base::MacAddress> read_own_mac();
+std::optional<base::MacAddress> read_own_mac(const char* ifname);
 
 /// Closes what the reading keeps open between frames; the next one opens it again.
 void close_own_mac_query();

@@ -25,7 +25,7 @@ constexpr bool adjoining(Field first, Field second, Rest... rest) {
 namespace eth {
 inline constexpr Field destination{0, 6}, source{6, 6}, tpid{12, 2}, tci{14, 2}, type{16, 2}, payload{18, 0};
 static_assert(adjoining(destination, source, tpid, tci, type, payload));
-inline constexpr uint16_t tpid_8021q = 0x8100, type_ipv4 = 0x0800;
+inline constexpr uint16_t tpid_8021q = 0x8100, type_ipv4 = 0x0800, type_ipv6 = 0x86dd;
 inline constexpr uint16_t vid_mask = 0x0fff;
 }  // namespace eth
 
@@ -39,12 +39,23 @@ inline constexpr uint8_t protocol_udp = 17;
 inline constexpr uint32_t broadcast = 0xffffffff;
 }  // namespace ip4
 
+/// From the start of the IPv6 header (RFC 8200 section 3).
+namespace ip6 {
+inline constexpr Field version_class_flow{0, 4}, payload_length{4, 2}, next_header{6, 1}, hop_limit{7, 1},
+    source{8, 16}, destination{24, 16};
+static_assert(adjoining(version_class_flow, payload_length, next_header, hop_limit, source, destination));
+inline constexpr size_t header_size = destination.end();
+inline constexpr uint32_t version = 0x60000000;  // with traffic class and flow label 0
+inline constexpr uint8_t next_header_udp = 17;
+}  // namespace ip6
+
 /// From the start of the UDP header.
 namespace udp {
 inline constexpr Field source{0, 2}, destination{2, 2}, length{4, 2}, checksum{6, 2};
 static_assert(adjoining(source, destination, length, checksum));
 inline constexpr size_t header_size = checksum.end();
 inline constexpr uint16_t port_server = 67, port_client = 68;
+inline constexpr uint16_t port_client6 = 546, port_server6 = 547;  // servers and relays
 }  // namespace udp
 
 /// From the start of the DHCPv4 message (RFC 2131 section 2).
@@ -60,10 +71,29 @@ inline constexpr uint16_t broadcast_flag = 0x8000;
 inline constexpr uint8_t boot_request = 1, boot_reply = 2;
 }  // namespace dhcp4
 
+/// From the start of a DHCPv6 client/server message (RFC 8415 section 8).
+namespace dhcp6 {
+inline constexpr Field msg_type{0, 1}, transaction_id{1, 3}, options{4, 0};
+static_assert(adjoining(msg_type, transaction_id, options));
+inline constexpr size_t header_size = options.offset;
+}  // namespace dhcp6
+
+/// From the start of a RELAY-FORW or RELAY-REPL message (RFC 8415 section 9).
+namespace relay6 {
+inline constexpr Field msg_type{0, 1}, hop_count{1, 1}, link{2, 16}, peer{18, 16}, options{34, 0};
+static_assert(adjoining(msg_type, hop_count, link, peer, options));
+inline constexpr size_t header_size = options.offset;
+}  // namespace relay6
+
 /// Where the headers lie in the frames that the module builds.
 inline constexpr size_t tagged_ip_offset = eth::payload.offset;
 inline constexpr size_t tagged_udp_offset = tagged_ip_offset + ip4::header_size;
 inline constexpr size_t tagged_dhcp_offset = tagged_udp_offset + udp::header_size;
 static_assert(tagged_dhcp_offset == 46);
+
+inline constexpr size_t tagged_ip6_offset = eth::payload.offset;
+inline constexpr size_t tagged_udp6_offset = tagged_ip6_offset + ip6::header_size;
+inline constexpr size_t tagged_dhcp6_offset = tagged_udp6_offset + udp::header_size;
+static_assert(tagged_dhcp6_offset == 66);
 
 }  // namespace dhcp::packet

@@ -51,7 +51,8 @@ struct adp_fp_entity {
 };
 
 /* Qualifier codes: 13 = ingress port bitmap (8 host-order words), 28 = UDP destination port (host-order uint16).
-   Action codes: 30 = redirect to the CPU, 2 = CPU queue. */
+   Action codes: 30 = redirect to the CPU, 2 = CPU queue, 40 = drop. Of a group's rules the highest that matches
+   decides. */
 int adp_fp_add_entity_action(struct adp_fp_entity* entity, int code, uint32_t value);
 int adp_fp_add_entity_qualify(struct adp_fp_entity* entity, int code, const void* data, const void* mask, int len);
 /** Installs the rule, replacing one that is there. */

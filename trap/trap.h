@@ -1,7 +1,8 @@
 /// The chip rules that bring DHCP to the CPU.
 ///
-/// One rule group a family, installed while any of the family's services is on. The room owns the knowledge whether the
-/// rules are there; callers hold no lock, so the state is one atomic word and both directions are idempotent.
+/// One rule group a family, with the same two rules (trap/cpu_rules.h), installed while any of the family's services is
+/// on. The room owns the knowledge whether the rules are there; callers hold no lock, so the state is one atomic word
+/// and both directions are idempotent.
 #pragma once
 
 #include <cstdint>

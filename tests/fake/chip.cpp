@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr uint32_t tag_size = 4, ethernet_size = 14, ip_size = 20;
+constexpr uint32_t tag_size = 4, ethernet_size = 14, ip_size = 20, ip6_size = 40;
 
 std::vector<uint32_t> listed(intf_order_list* list) {
   std::vector<uint32_t> ports;
@@ -23,9 +23,12 @@ int __adp_receive_frame(skpack* skp, int) {
   if (skp->psize < ethernet_size) return 0;
   const bool tagged = skp->data[12] == 0x81 && skp->data[13] == 0;
   const uint32_t ip = ethernet_size + (tagged ? tag_size : 0);
+  const bool is_ip6 = skp->data[ip - 2] == 0x86;
+  const uint32_t header_size = is_ip6 ? ip6_size : ip_size;
+  uint8_t* const header = skp->psize >= ip + header_size ? skp->data + ip : nullptr;
   skp->vlan_tag = tagged ? skp->data + 12 : nullptr;
-  skp->ip_hdr = skp->psize >= ip + ip_size ? skp->data + ip : nullptr;
-  skp->ud_hdr = skp->ip_hdr != nullptr ? skp->ip_hdr + ip_size : nullptr;
+  (is_ip6 ? skp->ip6_hdr : skp->ip_hdr) = header;
+  skp->ud_hdr = header != nullptr ? header + header_size : nullptr;
   return 0;
 }
 

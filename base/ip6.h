@@ -1,0 +1,53 @@
+/// An IPv6 address as a value: sixteen bytes as on the wire, compared as the number that they are.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+
+namespace dhcp::base {
+
+struct Ip6 {
+  std::array<uint8_t, 16> bytes{};
+
+  static Ip6 from(const uint8_t* sixteen_bytes) {
+    Ip6 ip;
+    std::copy_n(sixteen_bytes, ip.bytes.size(), ip.bytes.begin());
+    return ip;
+  }
+  void copy_to(uint8_t* sixteen_bytes) const { std::copy(bytes.begin(), bytes.end(), sixteen_bytes); }
+
+  bool operator==(const Ip6&) const = default;
+  std::strong_ordering operator<=>(const Ip6&) const = default;
+
+  bool is_zero() const { return *this == Ip6{}; }
+  bool is_multicast() const { return bytes[0] == 0xff; }
+
+  /// True when the first `bits` (0..128) are those of `network`.
+  bool in_prefix(const Ip6& network, unsigned bits) const {
+    const size_t whole = std::min<size_t>(bits / 8, bytes.size());
+    if (!std::equal(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(whole), network.bytes.begin())) {
+      return false;
+    }
+    if (whole == bytes.size() || bits % 8 == 0) return true;
+    return ((bytes[whole] ^ network.bytes[whole]) >> (8 - bits % 8)) == 0;
+  }
+
+  /// The address behind this one; after the last comes zero.
+  Ip6 next() const {
+    Ip6 ip = *this;
+    for (size_t i = ip.bytes.size(); i > 0 && ++ip.bytes[i - 1] == 0; --i) continue;
+    return ip;
+  }
+
+  /// The four 32-bit words of the address, the first bytes in word 0.
+  uint32_t word(size_t index) const {
+    const uint8_t* at = &bytes[4 * index];
+    return uint32_t{at[0]} << 24 | uint32_t{at[1]} << 16 | uint32_t{at[2]} << 8 | at[3];
+  }
+  uint32_t last32() const { return word(3); }
+};
+
+}  // namespace dhcp::base

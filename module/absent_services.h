@@ -1,0 +1,9 @@
+/// Services that this build does not carry yet: their frames pass them by.
+#pragma once
+
+struct skpack;
+
+int dhcp6_packet_snooping_process(skpack* skp);
+int dhcp6_relay_packet_process(skpack* skp);
+int dhcp6_server_packet_process(skpack* skp);
+int dhcp6_client_packet_process(skpack* skp);

@@ -1,0 +1,31 @@
+#include "packet/link_frame.h"
+
+namespace dhcp::packet {
+
+std::optional<size_t> LinkFrame::offset_of(const uint8_t* p, size_t size) const {
+  const auto begin = reinterpret_cast<uintptr_t>(frame_.data());
+  const auto at = reinterpret_cast<uintptr_t>(p);
+  if (p == nullptr || at < begin || at - begin > frame_.size()) return std::nullopt;
+  const size_t offset = at - begin;
+  if (frame_.size() - offset < size) return std::nullopt;
+  return offset;
+}
+
+std::optional<LinkFrame> LinkFrame::parse(const skpack& skp) {
+  constexpr size_t tag_size = 4;
+  LinkFrame link(std::span(skp.data, skp.data == nullptr ? 0 : skp.psize), skp.in_intf);
+  if (link.frame_.size() < eth::tci.offset) return std::nullopt;
+  if (skp.vlan_tag != nullptr) {
+    const auto at = link.offset_of(skp.vlan_tag, tag_size);
+    if (!at || *at == 0) return std::nullopt;
+    link.tag_offset_ = *at;
+  }
+  return link;
+}
+
+uint16_t LinkFrame::vlan() const {
+  if (!tagged()) return untagged_vlan;
+  return load_be16(&frame_[tag_offset_ + 2]) & eth::vid_mask;
+}
+
+}  // namespace dhcp::packet
