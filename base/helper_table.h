@@ -231,12 +231,17 @@ void relearn_aged(HelperTable<Rule>& table, uint32_t ageing_s, Learn learn, Lear
   }
 }
 
+/// A helper whose MAC is not known yet.
+template <class Rule>
+bool waits_for_probe(const typename Rule::Node& node) {
+  return node.probe == 1 && Rule::address(node) != typename Rule::Address{};
+}
+
 /// One round of probing the helpers whose MAC is not known: `start(copy)` before each, `learn` and `learnt` as above.
 template <class Rule, class Start, class Learn, class Learnt>
 void probe_round(HelperTable<Rule>& table, ProbeBackOff& back_off, Start start, Learn learn, Learnt learnt) {
   using Node = typename Rule::Node;
-  const auto unknown =
-      table.copies([](const Node& node) { return node.probe == 1 && Rule::address(node) != typename Rule::Address{}; });
+  const auto unknown = table.copies(waits_for_probe<Rule>);
   if (unknown.count == 0 || back_off.rests()) return;
   bool any_failed = false;
   for (const auto& copy : unknown) {

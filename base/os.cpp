@@ -21,6 +21,10 @@ int ask_kernel(int socket, unsigned long request, ifreq* answer) { return ioctl(
 
 }  // namespace
 
-Os os{wall_clock, sleep_for, ask_kernel, ::socket, ::rename};
+ssize_t send_datagram(int socket, const void* data, size_t size, int flags, const sockaddr* to, unsigned to_size) {
+  return sendto(socket, data, size, flags, to, to_size);
+}
+
+Os os{wall_clock, sleep_for, ask_kernel, ::socket, ::rename, send_datagram};
 
 }  // namespace dhcp::base

@@ -2,12 +2,18 @@
 /// device's own addresses. Tests replace the functions and never sleep.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <cstdio>
 
 struct ifreq;
+struct sockaddr;
 
 namespace dhcp::base {
+
+/// sendto().
+ssize_t send_datagram(int socket, const void* data, size_t size, int flags, const sockaddr* to, unsigned to_size);
 
 struct Os {
   uint32_t (*now)();                                                         // wall clock, seconds since the epoch
@@ -15,6 +21,8 @@ struct Os {
   int (*query_interface)(int socket, unsigned long request, ifreq* answer);  // ioctl() of the SIOCGIF... family
   int (*socket)(int domain, int type, int protocol);
   int (*rename)(const char* from, const char* to) = ::rename;
+  ssize_t (*send_to)(int socket, const void* data, size_t size, int flags, const sockaddr* to,
+                     unsigned to_size) = send_datagram;
 };
 
 /// The functions in force; replaced as a whole by tests, before any task runs.

@@ -5,12 +5,10 @@
 namespace dhcp::base {
 
 bool snooping6_on() { return false; }
-bool relay6_on() { return false; }
 bool server6_on() { return false; }
 
 }  // namespace dhcp::base
 
 int dhcp6_packet_snooping_process(skpack* /*skp*/) { return 0; }
-int dhcp6_relay_packet_process(skpack* /*skp*/) { return 0; }
 int dhcp6_server_packet_process(skpack* /*skp*/) { return 0; }
 int dhcp6_client_packet_process(skpack* /*skp*/) { return 0; }

@@ -6,6 +6,7 @@
 #include "base/mac.h"
 #include "base/services.h"
 #include "dhcp/relay.h"
+#include "dhcp/relay6.h"
 #include "dhcp/server.h"
 #include "dhcp/snooping.h"
 #include "module/absent_services.h"

@@ -12,6 +12,7 @@
 #include "base/log.h"
 #include "base/packet_socket.h"
 #include "dhcp/relay.h"
+#include "dhcp/relay6.h"
 #include "dhcp/server.h"
 #include "dhcp/snooping.h"
 #include "module/module.h"
@@ -60,6 +61,7 @@ int dhcp_module_init() {
   mq_unlink(stale_queue);
   init_DHCPR_cfg();
   init_DHCPS_cfg();
+  init_dhcp6_relay_cfg();
   return 0;
 }
 

@@ -13,8 +13,12 @@ skpack frame_buffer(std::span<uint8_t> frame) {
 
 void send_flood(std::span<uint8_t> frame, intf_order_list* ports, std::atomic<uint32_t>& users, uint32_t vlan) {
   skpack record = frame_buffer(frame);
+  send_flood(record, ports, users, vlan);
+}
+
+void send_flood(skpack& frame, intf_order_list* ports, std::atomic<uint32_t>& users, uint32_t vlan) {
   base::ReadGuard reader(users);
-  __adp_transmit_frame(&record, ports, vlan, static_cast<int>(SendMode::flood));
+  __adp_transmit_frame(&frame, ports, vlan, static_cast<int>(SendMode::flood));
 }
 
 void send_to_port(skpack& frame, uint32_t port, uint32_t vlan, SendMode mode) {

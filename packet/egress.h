@@ -17,6 +17,9 @@ enum class SendMode : int { flood = 0, snooped = 2, forwarded = 4 };
 /// Sends to all listed ports that are members of `vlan`, counted in on `users` as a reader of the list meanwhile.
 void send_flood(std::span<uint8_t> frame, intf_order_list* ports, std::atomic<uint32_t>& users, uint32_t vlan);
 
+/// The same for a frame that came in somewhere: not back to there.
+void send_flood(skpack& frame, intf_order_list* ports, std::atomic<uint32_t>& users, uint32_t vlan);
+
 /// Sends to one interface. The frame's record is the device's to read, `in_intf` included.
 void send_to_port(skpack& frame, uint32_t port, uint32_t vlan, SendMode mode);
 

@@ -28,4 +28,9 @@ uint16_t LinkFrame::vlan() const {
   return load_be16(&frame_[tag_offset_ + 2]) & eth::vid_mask;
 }
 
+std::optional<uint16_t> tag_in(std::span<const uint8_t> frame) {
+  if (frame.size() < eth::tci.end() || load_be16(&frame[eth::tpid.offset]) != eth::tpid_8021q) return std::nullopt;
+  return load_be16(&frame[eth::tci.offset]) & eth::vid_mask;
+}
+
 }  // namespace dhcp::packet

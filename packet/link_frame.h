@@ -40,4 +40,7 @@ class LinkFrame {
   uint32_t in_intf_;
 };
 
+/// VLAN of the tag that a built frame begins with; nothing without one.
+std::optional<uint16_t> tag_in(std::span<const uint8_t> frame);
+
 }  // namespace dhcp::packet

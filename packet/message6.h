@@ -34,10 +34,12 @@ class Message6 {
   /// `extent` is where the message ends by its datagram's length, which may be less than a header.
   static std::optional<Message6> at(std::span<uint8_t> bytes, size_t extent) {
     if (bytes.size() < dhcp6::header_size) return std::nullopt;
-    return Message6(bytes, std::min(extent, bytes.size()));
+    return Message6(bytes, extent);
   }
   static std::optional<Message6> at(std::span<uint8_t> bytes) { return at(bytes, bytes.size()); }
 
+  /// False when its datagram's length leaves nothing of it, or promises more than the frame holds.
+  bool whole() const { return extent_ > 0 && !cut_; }
   /// The message up to its extent: what a relay carries on.
   std::span<uint8_t> bytes() const { return bytes_.first(extent_); }
   std::span<uint8_t> options() const { return bytes_.subspan(std::min(extent_, dhcp6::header_size), options_size()); }
@@ -47,11 +49,13 @@ class Message6 {
   uint32_t transaction_id() const { return load_be24(&bytes_[dhcp6::transaction_id.offset]); }
 
  private:
-  Message6(std::span<uint8_t> bytes, size_t extent) : bytes_(bytes), extent_(extent) {}
+  Message6(std::span<uint8_t> bytes, size_t extent)
+      : bytes_(bytes), extent_(std::min(extent, bytes.size())), cut_(extent > bytes.size()) {}
   size_t options_size() const { return extent_ > dhcp6::header_size ? extent_ - dhcp6::header_size : 0; }
 
   std::span<uint8_t> bytes_;
   size_t extent_;
+  bool cut_;
 };
 
 /// A RELAY-FORW or RELAY-REPL of at least a header's 34 bytes; the type is not looked at.

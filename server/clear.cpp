@@ -2,6 +2,7 @@
 #include "base/log.h"
 #include "base/text.h"
 #include "server/conflicts.h"
+#include "server/record_list.h"
 #include "server/server.h"
 
 using namespace dhcp::server;

@@ -68,7 +68,7 @@ DHCP_API void exit_dhcp6_relay_cfg(void);
 
 /* Configuration. */
 DHCP_API int get_dhcp6_relay_start(int* out);
-/** -84 while the DHCPv6 server is on, or when the chip refuses to bring DHCPv6 to the CPU. */
+/** -84 while the DHCPv6 server is on. */
 DHCP_API int set_dhcp6_relay_start(int on);
 /** The same with -1 as the answer. */
 DHCP_API int dhcp6_relay_start_stop(int on);

@@ -35,10 +35,14 @@ struct Sent {
   int mode;
 };
 
-/// A layer-3 interface on a management VLAN; its address is a host-order number.
+/// A layer-3 interface on a management VLAN; IPv4 addresses are host-order numbers, those of IPv6 text.
 struct VlanInterface {
-  uint32_t ip;
-  Mac mac;
+  uint32_t ip = 0;
+  Mac mac{};
+  uint32_t mask = 0, gateway = 0;
+  std::string ip6{};
+  uint8_t prefix6 = 0;
+  std::string gateway6{};
 };
 
 class Device {
@@ -65,6 +69,7 @@ class Device {
   int bind_error = 0;
   bool temp_files_cannot_be_made = false;
   std::set<uint32_t> missing_vlans;
+  uint32_t mac_ageing_s = 300;
   std::map<uint32_t, uint32_t> group_of_port;
   // Answers of the neighbours: IP source guard, ARP module.
   int source_guard_answer = 0, arp_check_answer = 0, fixed_arp_answer = 0;

@@ -14,6 +14,34 @@ int sysmng_get_vlan_by_ipaddr(uint32_t ip) {
   return 0;
 }
 
+int sysmng_vlan_get(int kind, sysmng_vlan_list* out) {
+  out->count = 0;
+  if (kind != 2) return -1;
+  for (const auto& [vlan, interface] : fake::device().vlan_interfaces)
+    out->vid[out->count++] = static_cast<uint16_t>(vlan);
+  return 0;
+}
+
+int sysmng_vlan_info_get(uint32_t vlan, sysmng_vlan_info* out) {
+  const auto found = fake::device().vlan_interfaces.find(vlan);
+  if (found == fake::device().vlan_interfaces.end()) return 0;
+  const fake::VlanInterface& interface = found->second;
+  *out = {};
+  out->vlan = vlan;
+  out->ip = interface.ip;
+  out->mask = interface.mask;
+  out->gateway = interface.gateway;
+  out->prefix6 = interface.prefix6;
+  interface.ip6.copy(out->ip6, sizeof out->ip6 - 1);
+  interface.gateway6.copy(out->gateway6, sizeof out->gateway6 - 1);
+  return 1;
+}
+
+int get_mac_aging_time(uint32_t* seconds) {
+  *seconds = fake::device().mac_ageing_s;
+  return 0;
+}
+
 int get_dev_mac(const char*, uint8_t mac[6]) {
   memcpy(mac, fake::Device::default_mac.data(), 6);
   return 0;

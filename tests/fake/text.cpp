@@ -1,6 +1,8 @@
 /// Text helpers, checksum, temporary files.
 #include "platform/text.h"
 
+#include <arpa/inet.h>
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -17,6 +19,11 @@ const char* str_intf_id(uint32_t intf) {
   static thread_local char text[16];
   snprintf(text, sizeof text, "%s%u", intf >> 28 == 1 ? "Ag" : "Gi", intf & 0x0fffffff);
   return text;
+}
+
+int strtoip6(const char* text, uint8_t ip6[16]) {
+  const std::string address(text);
+  return inet_pton(AF_INET6, address.substr(0, address.find('/')).c_str(), ip6) == 1 ? 0 : -1;
 }
 
 uint16_t cksum(const void* buf, int len) {

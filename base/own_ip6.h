@@ -1,0 +1,27 @@
+/// The device's own IPv6 address on a VLAN, as the services write it into what they send.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "base/ip6.h"
+#include "platform/sysmng.h"
+#include "platform/text.h"
+
+namespace dhcp::base {
+
+/// An address that the device gave as text; nothing when there is none.
+inline std::optional<Ip6> parse_ip6(const char* text) {
+  Ip6 ip;
+  if (text[0] == '\0' || strtoip6(text, ip.bytes.data()) != 0) return std::nullopt;
+  return ip;
+}
+
+/// The configured address; nothing when the VLAN has no interface, or the interface no address.
+inline std::optional<Ip6> own_ip6(uint32_t vlan) {
+  sysmng_vlan_info info{};
+  if (sysmng_vlan_info_get(vlan, &info) < 1) return std::nullopt;
+  return parse_ip6(info.ip6);
+}
+
+}  // namespace dhcp::base
