@@ -32,7 +32,7 @@ def allowed(room, header):
     if target == room:
         return True
     if room == "include":
-        return header == "dhcp/types.h"
+        return header in ("dhcp/types.h", "dhcp/binding.h")
     if room == "platform":
         return target == "platform"
     if room == "softswitch":  # sees the module through its public headers alone

@@ -4,12 +4,11 @@
 #include <cstring>
 #include <new>
 
+#include "base/chain_table.h"
 #include "base/log.h"
 #include "base/os.h"
 #include "packet/frame4.h"
-#include "server/chain_table.h"
 #include "server/conflicts.h"
-#include "server/record_list.h"
 #include "server/selection.h"
 
 namespace dhcp::server {
@@ -18,13 +17,13 @@ namespace {
 
 /// A binding as it is allocated: the record, and what the indexes need.
 struct BindingNode : DhcpBinding {
-  Chain<BindingNode> by_ip, by_client;
+  base::Chain<BindingNode> by_ip, by_client;
   uint64_t born = 0;  // order of creation
 };
 
 struct Indexes {
-  ChainTable<BindingNode, &BindingNode::by_ip> by_ip;
-  ChainTable<BindingNode, &BindingNode::by_client> by_client;
+  base::ChainTable<BindingNode, &BindingNode::by_ip> by_ip;
+  base::ChainTable<BindingNode, &BindingNode::by_client> by_client;
   /// How many bindings are stored under a key of each length: only those lengths can match a client.
   std::array<int32_t, DHCPS_CLIENT_ID_SIZE + 1> of_length;
   uint64_t births;
@@ -34,26 +33,15 @@ Indexes indexes;
 
 BindingNode& node_of(DhcpBinding& binding) { return static_cast<BindingNode&>(binding); }
 
-/// Hash of a key's first bytes, one more with each step, so that all its beginnings cost one pass (FNV-1a).
-class KeyHash {
- public:
-  explicit KeyHash(uint8_t type) { add(type); }
-  void add(uint8_t byte) { state_ = (state_ ^ byte) * 0x01000193u; }
-  uint32_t value() const { return state_; }
-
- private:
-  uint32_t state_ = 0x811c9dc5u;
-};
-
 uint32_t stored_hash(const DhcpBinding& binding) {
-  KeyHash hash(binding.id_type);
+  base::ByteHash hash(binding.id_type);
   for (size_t i = 0; i < binding.id_len; ++i) hash.add(binding.client_id[i]);
   return hash.value();
 }
 
 void index(BindingNode& node) {
   node.born = ++indexes.births;
-  indexes.by_ip.insert(node, address_hash(node.ip));
+  indexes.by_ip.insert(node, base::address_hash(node.ip));
   indexes.by_client.insert(node, stored_hash(node));
   ++indexes.of_length[node.id_len];
 }
@@ -109,7 +97,7 @@ DhcpBinding* add_binding(const ClientKey& key, uint32_t xid, DhcpPool& pool, uin
 
 DhcpBinding* find_binding(const ClientKey& key, std::optional<uint32_t> pool_id, uint32_t ip) {
   BindingNode* newest = nullptr;
-  KeyHash hash(key.type);
+  base::ByteHash hash(key.type);
   for (size_t length = 0; length <= key.bytes.size(); ++length) {
     if (length > 0) hash.add(key.bytes[length - 1]);
     if (indexes.of_length[length] == 0) continue;
@@ -125,7 +113,7 @@ DhcpBinding* find_binding(const ClientKey& key, std::optional<uint32_t> pool_id,
 
 bool bound(uint32_t ip) {
   const base::BusyGuard busy(dhcps_cfg.bindings.busy);
-  return indexes.by_ip.find(address_hash(ip), [ip](const BindingNode& node) { return node.ip == ip; }) != nullptr;
+  return indexes.by_ip.find(base::address_hash(ip), [ip](const BindingNode& node) { return node.ip == ip; }) != nullptr;
 }
 
 void reset_bindings() {

@@ -2,7 +2,6 @@
 #include "base/log.h"
 #include "base/text.h"
 #include "server/conflicts.h"
-#include "server/record_list.h"
 #include "server/server.h"
 
 using namespace dhcp::server;

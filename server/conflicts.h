@@ -7,8 +7,6 @@
 
 namespace dhcp::server {
 
-inline constexpr uint32_t conflict_hold_s = 86400;
-
 /// True when `ip` is on the list. Takes the conflicts' word.
 bool in_conflict(uint32_t ip);
 

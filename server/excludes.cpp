@@ -3,7 +3,6 @@
 
 #include "base/log.h"
 #include "base/text.h"
-#include "server/record_list.h"
 #include "server/server.h"
 
 using namespace dhcp::server;

@@ -1,7 +1,6 @@
 /// Look-ups over pools and what hangs from them. Lists are walked newest first; the caller holds the server lock.
 #include <cstring>
 
-#include "server/record_list.h"
 #include "server/server.h"
 
 namespace dhcp::server {

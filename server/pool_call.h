@@ -2,6 +2,7 @@
 /// scope, the word before the lock.
 #pragma once
 
+#include "base/pool_call.h"
 #include "server/server.h"
 
 namespace dhcp::server {
@@ -16,18 +17,7 @@ class PoolsLock {
   base::BusyGuard busy_;
 };
 
-/// The lock, the pools' word, and the pool with an id, which may be none.
-class PoolCall {
- public:
-  explicit PoolCall(uint32_t pool_id) : pool_(dhcp_get_pool_by_id(pool_id)) {}
-  explicit operator bool() const { return pool_ != nullptr; }
-  DhcpPool* operator->() const { return pool_; }
-  DhcpPool& operator*() const { return *pool_; }
-
- private:
-  PoolsLock lock_;
-  DhcpPool* pool_;
-};
+using PoolCall = base::PoolCall<PoolsLock, dhcp_get_pool_by_id>;
 
 inline constexpr uint16_t default_boot_file_blocks = 512;  // of 512 octets
 

@@ -4,7 +4,6 @@
 
 #include "base/log.h"
 #include "server/pool_call.h"
-#include "server/record_list.h"
 
 using namespace dhcp::server;
 

@@ -4,7 +4,6 @@
 #include "base/port_list.h"
 #include "server/lock.h"
 #include "server/pool_call.h"
-#include "server/record_list.h"
 #include "server/server.h"
 
 static_assert(sizeof(dhcp_word) == 4 && sizeof(dhcp_int) == 4 && sizeof(dhcp_flag) == 1);

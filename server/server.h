@@ -12,10 +12,15 @@
 #include <cstdint>
 
 #include "base/guard.h"
-#include "base/list.h"
+#include "base/record_list.h"
 #include "dhcp/server.h"
 
 namespace dhcp::server {
+
+using base::find_record;
+using base::free_record;
+using base::free_records;
+using base::link_record;
 
 inline constexpr uint32_t infinite_lease = 0xffffffff;  // also "never expires"
 inline constexpr uint32_t default_lease_s = 86400;

@@ -1,25 +1,20 @@
 /// Display of the addresses that are not handed out freely: conflicts, excluded ranges, static hosts.
-#include <ctime>
-
 #include "base/report.h"
 #include "base/text.h"
+#include "base/time_text.h"
 #include "platform/text.h"
 #include "server/pool_call.h"
 
 using namespace dhcp::server;
 using dhcp::base::BusyGuard;
+using dhcp::base::DateText;
 using dhcp::base::IpText;
 using dhcp::base::Records;
 
 namespace {
 
 void write_conflict(FILE* out, const DhcpConflictIp& conflict) {
-  const auto when = static_cast<time_t>(conflict.time);
-  tm local{};
-  localtime_r(&when, &local);
-  char text[64];
-  strftime(text, sizeof text, "%a %h %e %H:%M:%S %Y", &local);
-  fprintf(out, "         %-20s  %-20s\n", IpText(conflict.ip).c_str(), text);
+  fprintf(out, "         %-20s  %-20s\n", IpText(conflict.ip).c_str(), DateText(conflict.time).c_str());
 }
 
 void write_conflicts(FILE* out) {

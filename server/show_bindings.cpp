@@ -4,13 +4,12 @@
 #include "base/os.h"
 #include "base/report.h"
 #include "base/text.h"
+#include "base/time_text.h"
 #include "server/server.h"
 
 using namespace dhcp::server;
 
 namespace {
-
-constexpr uint32_t day_s = 86400, hour_s = 3600, minute_s = 60;
 
 /// The identifier as a hardware address or, when its type is 0, as the client's own text.
 void write_client(FILE* out, const DhcpBinding& binding) {
@@ -25,15 +24,11 @@ void write_client(FILE* out, const DhcpBinding& binding) {
   fprintf(out, " %-8s %-18s", "Ethernet", mac);
 }
 
-/// What is left, rounded up to the next minute. A lease that has run out but is not aged yet reads "infinite" as well.
+/// A lease that has run out but is not aged yet reads "infinite" as well.
 void write_remaining(FILE* out, uint32_t expire, uint32_t now) {
   const uint32_t left = expire - now;
-  char text[32] = "infinite";
-  if (expire != infinite_lease && static_cast<int32_t>(left) >= 0) {
-    snprintf(text, sizeof text, "%dDay %dHour %dMin", static_cast<uint16_t>(left / day_s),
-             static_cast<int>(left % day_s / hour_s), static_cast<int>(left % day_s % hour_s / minute_s + 1));
-  }
-  fprintf(out, " %-12s\n", text);
+  const bool ends = expire != infinite_lease && static_cast<int32_t>(left) >= 0;
+  fprintf(out, " %-12s\n", ends ? dhcp::base::TimeLeftText(left).c_str() : "infinite");
 }
 
 void write_binding(FILE* out, const DhcpBinding& binding, uint32_t now) {

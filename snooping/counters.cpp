@@ -33,6 +33,7 @@ constexpr std::array<const char*, DHCP_SNOOP_VERDICTS> names{
     "wrong port",
     "server not listed",
     "option 82 failed",
+    "no address",
 };
 
 }  // namespace

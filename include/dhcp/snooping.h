@@ -8,16 +8,11 @@
 
 #include <stdio.h>
 
-#include "dhcp/types.h"
+#include "dhcp/binding.h"
 
 DHCP_BEGIN
 
-enum {
-  DHCP_SNOOP_BUCKETS = 256,
-  DHCP_SNOOP_VLAN_BYTES = 512, /* 4096 bits */
-  DHCP_SNOOP_STRING_SIZE = 64, /* 63 characters and the terminator */
-  DHCP_SNOOP_PATH_SIZE = 128
-};
+enum { DHCP_SNOOP_STRING_SIZE = 64 /* 63 characters and the terminator */ };
 
 /** A MAC that is exempt from the source-MAC check (any `mode` but 1), or named as one to be checked (`mode` 1). */
 struct MacVerifyStruct {
@@ -50,16 +45,6 @@ struct MacBindStruct {
   struct MacVerifyStruct* verify; /* of the same MAC, or null */
 };
 
-/** One interface; begins like the device's list element. */
-struct SnoopIntfEntry {
-  struct SnoopIntfEntry *next, *prev;
-  uint32_t ifindex;
-  int32_t trust;       /* non-zero = a server may stand behind it */
-  int32_t suppression; /* non-zero = every DHCP frame from it is discarded */
-  uint32_t dropped_ack;
-  uint32_t dropped_offer;
-};
-
 /** Option 82 settings of one VLAN (RFC 3046); sub-option 5 is link selection (RFC 3527). */
 struct SUB_OPTION {
   struct DhcpListHead link;
@@ -70,13 +55,6 @@ struct SUB_OPTION {
   uint8_t remote_id;
   char circuit_string[DHCP_SNOOP_STRING_SIZE];
   char remote_string[DHCP_SNOOP_STRING_SIZE];
-};
-
-/** One index over the bindings: a count, a busy word and a list a bucket. */
-struct DhcpSnoopIndex {
-  int32_t count[DHCP_SNOOP_BUCKETS];
-  dhcp_word busy[DHCP_SNOOP_BUCKETS];
-  struct DhcpListHead head[DHCP_SNOOP_BUCKETS];
 };
 
 /** The service's one record. */
@@ -231,29 +209,7 @@ DHCP_API int show_dhcp_snoop_option82_remote_id(char* path, int a, int b);
 DHCP_API int show_dhcp_snoop_option82_ip(char* path, int a, int b);
 DHCP_API int onu_dhcp_snoop_save(FILE* stream);
 
-/* Why each frame went where it went, counted a port and message type since the last clear. */
-enum DhcpSnoopVerdict {
-  DHCP_SNOOP_PASSED,      /* handed on to relay or server */
-  DHCP_SNOOP_FORWARDED,   /* sent by snooping */
-  DHCP_SNOOP_NOT_SNOOPED, /* VLAN outside snooping: forwarded or passed on as it is */
-  DHCP_SNOOP_MALFORMED,   /* headers outside the frame */
-  DHCP_SNOOP_UNKNOWN_PORT,
-  DHCP_SNOOP_SUPPRESSED,
-  DHCP_SNOOP_NO_MESSAGE_TYPE,
-  DHCP_SNOOP_TABLE_FULL,
-  DHCP_SNOOP_SOURCE_MAC, /* sender's MAC is not the client's */
-  DHCP_SNOOP_BAD_COOKIE,
-  DHCP_SNOOP_SERVER_ON_UNTRUSTED,
-  DHCP_SNOOP_CLIENT_OPTION82,
-  DHCP_SNOOP_STATIC_ELSEWHERE, /* a static client on another port or VLAN */
-  DHCP_SNOOP_NO_BINDING,
-  DHCP_SNOOP_WRONG_PORT, /* RELEASE or DECLINE from where the client is not bound */
-  DHCP_SNOOP_SERVER_NOT_LISTED,
-  DHCP_SNOOP_OPTION82_FAILED, /* the rewrite was refused */
-  DHCP_SNOOP_VERDICTS
-};
-
-/** `count[verdict][type]`; type 0 = frames without one of the eight types. */
+/** Frames since the last clear: `count[verdict][type]`; type 0 = frames without one of the eight types. */
 struct DhcpSnoopCounters {
   uint32_t count[DHCP_SNOOP_VERDICTS][9];
 };
@@ -266,15 +222,6 @@ struct DhcpSnoopRogue {
   uint16_t vlan;
   uint32_t intf;
   uint32_t seen; /* messages since start */
-};
-
-/** What became of the binding file. Times are seconds since the epoch, 0 = never. */
-struct DhcpSnoopDatabase {
-  uint32_t last_write, last_read;
-  uint32_t written, loaded; /* entries, at the last write and read */
-  uint32_t write_failures;
-  uint32_t skipped;                /* lines of the last read that were no whole binding */
-  char path[DHCP_SNOOP_PATH_SIZE]; /* where the file lies */
 };
 
 /** A binding as a value, for displays. */
@@ -297,7 +244,6 @@ DHCP_API int dhcp_snoop_get_bindings(struct DhcpSnoopBinding* out, int room);
 DHCP_API int dhcp_snoop_get_counters(uint32_t intf, struct DhcpSnoopCounters* out);
 DHCP_API int dhcp_snoop_get_rogue(struct DhcpSnoopRogue* out);
 DHCP_API int dhcp_snoop_get_database(struct DhcpSnoopDatabase* out);
-DHCP_API const char* dhcp_snoop_verdict_name(int verdict); /* lower-case words, for displays */
 
 DHCP_END
 

@@ -5,36 +5,36 @@
 #include <new>
 
 #include "base/list.h"
-#include "dhcp/server.h"
+#include "dhcp/types.h"
 
-namespace dhcp::server {
+namespace dhcp::base {
 
-/// Puts a record made by new at the head; from here on the list owns it. `List` is DhcpServerList or DhcpPoolList.
+/// Puts a record made by new at the head; from here on the list owns it. `List` has a count and a head.
 template <class List, class Record>
 void link_record(List& list, Record* record) {
-  base::list_add_head(list.head, record->link);
+  list_add_head(list.head, record->link);
   ++list.count;
 }
 
 template <class List, class Record>
 void free_record(List& list, Record* record) {
-  base::list_unlink(record->link);
+  list_unlink(record->link);
   --list.count;
   delete record;
 }
 
 template <class Record, class List>
 void free_records(List& list) {
-  for (Record& record : base::Records<Record>(list.head)) free_record(list, &record);
+  for (Record& record : Records<Record>(list.head)) free_record(list, &record);
 }
 
 /// The first record, newest first, that `matches` accepts; null = none.
 template <class Record, class Match>
 Record* find_record(const DhcpListHead& head, Match matches) {
-  for (Record& record : base::Records<Record>(head)) {
+  for (Record& record : Records<Record>(head)) {
     if (matches(record)) return &record;
   }
   return nullptr;
 }
 
-}  // namespace dhcp::server
+}  // namespace dhcp::base

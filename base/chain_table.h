@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace dhcp::server {
+namespace dhcp::base {
 
 template <class Node>
 struct Chain {
@@ -16,8 +16,19 @@ struct Chain {
   uint32_t hash = 0;
 };
 
-/// Spreads neighbouring addresses over a table (Knuth's multiplicative hash). Its high bits are the good ones.
+/// Spreads neighbouring numbers over a table (Knuth's multiplicative hash). Its high bits are the good ones.
 inline uint32_t address_hash(uint32_t ip) { return ip * 0x9e3779b1u; }
+
+/// Hash of some bytes, one more with each step, so that all their beginnings cost one pass (FNV-1a).
+class ByteHash {
+ public:
+  explicit ByteHash(uint8_t first) { add(first); }
+  void add(uint8_t byte) { state_ = (state_ ^ byte) * 0x01000193u; }
+  uint32_t value() const { return state_; }
+
+ private:
+  uint32_t state_ = 0x811c9dc5u;
+};
 
 template <class Node, Chain<Node> Node::*Link>
 class ChainTable {
@@ -49,4 +60,4 @@ class ChainTable {
   std::array<Node*, 1u << slot_bits> slots_{};
 };
 
-}  // namespace dhcp::server
+}  // namespace dhcp::base
