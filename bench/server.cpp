@@ -5,20 +5,15 @@
 /// it ends with status 1 when a message at 499 bindings costs more than 1.5 times that at 1, or when a heap block, a
 /// record or a busy word is left.
 #include <benchmark/benchmark.h>
-#include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <cstdio>
-#include <map>
-#include <memory>
-#include <string>
 #include <vector>
 
 #include "base/os.h"
 #include "bench/client_frames.h"
-#include "bench/heap_blocks.h"
+#include "bench/harness.h"
 #include "bench/null_device.h"
-#include "bench/received.h"
 #include "dhcp/packet.h"
 #include "dhcp/server.h"
 
@@ -28,15 +23,13 @@ namespace {
 
 constexpr uint32_t pool_id = 1, network = 0x0a0a0000, netmask = 0xffff0000, first_ip = 0x0a0a000a;
 constexpr uint32_t last_ip = first_ip + 999;
-constexpr double allowed_growth = 1.5;
 
 /// A client whose frames lie ready.
 struct Client {
   explicit Client(uint32_t index) : frames(client_mac(index)), xid(index) {}
 
-  ReceivedFrame tagged(std::span<const uint8_t> untagged) const {
-    std::array<uint8_t, client_frame_size + tag_size> frame{};
-    return ReceivedFrame({frame.data(), tag_frame(untagged, NullDevice::vlans[0], frame.data())});
+  static ReceivedFrame tagged(std::span<const uint8_t> untagged) {
+    return tagged_frame(untagged, NullDevice::vlans[0]);
   }
   ReceivedFrame discover() { return tagged(frames.discover(xid)); }
   ReceivedFrame request(uint32_t ip) { return tagged(frames.request(xid, lease(ip))); }
@@ -69,27 +62,13 @@ class Server {
   Server& operator=(const Server&) = delete;
 };
 
-/// Hands the messages to the server in turn; each is answered by one frame or the benchmark fails.
-void take_turns(benchmark::State& state, std::vector<ReceivedFrame>& messages) {
-  const uint64_t sent_before = null_device.frames_sent, blocks_before = heap_blocks.taken;
-  size_t turn = 0;
-  uint64_t handled = 0;
-  for (auto _ : state) {
-    dhcp_server_packet_process(&messages[turn].skp());
-    turn = turn + 1 == messages.size() ? 0 : turn + 1;
-    ++handled;
-  }
-  if (null_device.frames_sent - sent_before != handled) state.SkipWithError("a message was not answered");
-  state.counters["blocks"] = static_cast<double>(heap_blocks.taken - blocks_before) / static_cast<double>(handled);
-}
-
 /// A client that holds a lease looks for a server again: the old binding goes, a new one comes.
 void discover(benchmark::State& state) {
   const auto count = static_cast<uint32_t>(state.range(0));
   const Server server(count);
   std::vector<ReceivedFrame> messages;
   for (uint32_t index = 0; index < count; ++index) messages.push_back(Client(index).discover());
-  take_turns(state, messages);
+  take_turns(state, dhcp_server_packet_process, messages);
 }
 
 void request(benchmark::State& state) {
@@ -97,7 +76,7 @@ void request(benchmark::State& state) {
   const Server server(count);
   std::vector<ReceivedFrame> messages;
   for (uint32_t index = 0; index < count; ++index) messages.push_back(Client(index).request(first_ip + index));
-  take_turns(state, messages);
+  take_turns(state, dhcp_server_packet_process, messages);
 }
 
 /// A client never seen before gets the lowest free address, behind all those taken, and gives it back.
@@ -128,53 +107,14 @@ void interface_query(benchmark::State& state) {
   base::os = null_calls;
 }
 
-/// Prints as usual and remembers the times, to compare the largest table with the smallest.
-class Comparison : public benchmark::ConsoleReporter {
- public:
-  Comparison() : ConsoleReporter(isatty(STDOUT_FILENO) != 0 ? OO_Defaults : OO_None) {}
-
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      failed_ = failed_ || run.error_occurred;
-      times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
-    }
-  }
-
-  /// False when a benchmark failed or grew too much with the table.
-  bool holds() const {
-    bool good = !failed_;
-    for (const char* name : {"discover", "request", "discover_new_and_release"}) {
-      const auto one = times_.find(std::string(name) + "/1"), most = times_.find(std::string(name) + "/499");
-      if (one == times_.end() || most == times_.end()) continue;
-      const double growth = most->second / one->second;
-      printf("%s: cost at 499 bindings / cost at 1 = %.2f\n", name, growth);
-      good = good && growth <= allowed_growth;
-    }
-    return good;
-  }
-
- private:
-  std::map<std::string, double> times_;
-  bool failed_ = false;
-};
-
-bool nothing_left(int64_t blocks_before) {
-  const int64_t blocks = heap_blocks.live - blocks_before;
+/// The records and busy words of a server that has gone count, too.
+int64_t left(uint32_t most) {
+  const int64_t blocks = blocks_left<Server>(most);
   const auto idle = [](const DhcpServerList& list) { return list.count == 0 && list.busy == 0; };
   const bool lists_idle = idle(dhcps_cfg.pools) && idle(dhcps_cfg.bindings) && idle(dhcps_cfg.conflicts) &&
                           idle(dhcps_cfg.excludes) && dhcps_cfg.port_users == 0;
-  printf("left behind: %lld heap blocks, %s\n", static_cast<long long>(blocks),
-         lists_idle ? "no record, no busy word" : "records or busy words");
-  return blocks == 0 && lists_idle;
-}
-
-/// The blocks that a server with a full table takes are all given back with it.
-bool heap_is_even() {
-  { const Server first(1); }  // what is kept for the life of the process is taken now
-  const int64_t before = heap_blocks.live;
-  { const Server full(499); }
-  return nothing_left(before);
+  printf("%s\n", lists_idle ? "no record, no busy word" : "records or busy words are left behind");
+  return lists_idle ? blocks : std::max<int64_t>(blocks, 1);
 }
 
 BENCHMARK(discover)->Arg(1)->Arg(100)->Arg(499);
@@ -188,13 +128,7 @@ BENCHMARK(interface_query);
 
 int main(int argc, char** argv) {
   using namespace dhcp::bench;
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   system_calls = dhcp::base::os;
-  use_null_device();
   sockets_are_free = true;
-  Comparison comparison;
-  benchmark::RunSpecifiedBenchmarks(&comparison);
-  const bool even = heap_is_even();
-  return comparison.holds() && even ? 0 : 1;
+  return run_benchmarks(argc, argv, 499, left);
 }

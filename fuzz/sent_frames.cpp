@@ -20,29 +20,15 @@ using packet::load_be32;
 constexpr size_t ip_at = packet::tagged_ip_offset, udp_at = packet::tagged_udp_offset,
                  dhcp_at = packet::tagged_dhcp_offset, options_at = dhcp_at + dhcp4::fixed_size;
 
-SentFrames* judging = nullptr;
-
-/// Sum of big-endian words, folded: 0xffff over a part that holds its own right checksum (RFC 1071).
-uint32_t sum(std::span<const uint8_t> bytes, uint32_t start = 0) {
-  for (size_t i = 0; i < bytes.size(); ++i) start += i % 2 == 0 ? static_cast<uint32_t>(bytes[i]) << 8 : bytes[i];
-  while (start > 0xffff) start = (start & 0xffff) + (start >> 16);
-  return start;
-}
-
-void check_headers(std::span<const uint8_t> frame, uint32_t vlan) {
+void check_headers(const SentFrame& sent) {
+  const auto frame = sent.bytes;
+  check_built_frame(sent);
   // The end option comes behind the options, whatever room they have used.
   HOLDS(frame.size() > options_at && frame.size() <= options_at + packet::options_sent_limit + 1);
-  HOLDS(std::equal(frame.begin() + 6, frame.begin() + 12, bench::NullDevice::mac) || vlan != 10);
-  HOLDS(load_be16(&frame[12]) == packet::eth::tpid_8021q && load_be16(&frame[14]) == vlan);
-  HOLDS(load_be16(&frame[16]) == packet::eth::type_ipv4 && frame[ip_at] == 0x45);
-  HOLDS(load_be16(&frame[ip_at + ip4::total_length.offset]) == frame.size() - ip_at);
-  HOLDS(frame[ip_at + ip4::protocol.offset] == ip4::protocol_udp && frame[ip_at + ip4::ttl.offset] == 64);
-  HOLDS(sum(frame.subspan(ip_at, ip4::header_size)) == 0xffff);
+  HOLDS(std::equal(frame.begin() + 6, frame.begin() + 12, bench::NullDevice::mac) || sent.vlan != 10);
+  HOLDS(load_be16(&frame[16]) == packet::eth::type_ipv4 && frame[ip_at + ip4::ttl.offset] == 64);
   HOLDS(load_be16(&frame[udp_at]) == udp::port_server && load_be16(&frame[udp_at + 2]) == udp::port_client);
-  const uint32_t length = load_be16(&frame[udp_at + udp::length.offset]);
-  HOLDS(length == frame.size() - udp_at);
-  const uint32_t pseudo = sum(frame.subspan(ip_at + ip4::source.offset, 8), ip4::protocol_udp + length);
-  HOLDS(sum(frame.subspan(udp_at), pseudo) == 0xffff);
+  HOLDS(load_be16(&frame[udp_at + udp::checksum.offset]) != 0);
 }
 
 /// Options from the first to the end option, which is the frame's last byte; 53 and 54 come first.
@@ -66,10 +52,11 @@ Reply check_message(std::span<const uint8_t> frame, std::span<const uint8_t> req
   return reply;
 }
 
-void check_direction(std::span<const uint8_t> frame, bool to_all_ports, int mode) {
+void check_direction(const SentFrame& sent) {
+  const auto frame = sent.bytes;
   const bool broadcast = std::all_of(frame.begin(), frame.begin() + 6, [](uint8_t byte) { return byte == 0xff; });
-  HOLDS(!to_all_ports);
-  HOLDS(mode == (broadcast ? 0 : 2));
+  HOLDS(!sent.to_all_ports);
+  HOLDS(sent.mode == (broadcast ? 0 : 2));
   const uint32_t relay = load_be32(&frame[dhcp_at + dhcp4::giaddr.offset]);
   const uint32_t target = load_be32(&frame[ip_at + ip4::destination.offset]);
   HOLDS(relay == 0 || target == relay);
@@ -78,29 +65,19 @@ void check_direction(std::span<const uint8_t> frame, bool to_all_ports, int mode
 
 }  // namespace
 
-SentFrames::SentFrames(std::span<const uint8_t> received) : received_(received.begin(), received.end()) {
-  judging = this;
-  bench::null_device.on_frame = [](std::span<const uint8_t> frame, const intf_order_list* ports, uint32_t vlan,
-                                   int mode) {
-    if (judging != nullptr) judging->judge(frame, ports == nullptr, vlan, mode);
-  };
-}
-
-SentFrames::~SentFrames() { judging = nullptr; }
-
-void SentFrames::judge(std::span<const uint8_t> frame, bool to_all_ports, uint32_t vlan, int mode) {
+void SentFrames::judge(const SentFrame& sent) {
   HOLDS(!reply_ && !given_back_);
-  if (to_all_ports && mode == 0 && std::ranges::equal(frame, received_)) {
+  if (sent.to_all_ports && sent.mode == 0 && std::ranges::equal(sent.bytes, received_)) {
     given_back_ = true;
     return;
   }
-  check_headers(frame, vlan);
-  check_direction(frame, to_all_ports, mode);
+  check_headers(sent);
+  check_direction(sent);
   // The request lies 42 bytes behind the start of the received frame's headers, tag and IPv4 options apart.
   const size_t ip = ip_at;
   const size_t message = ip + size_t{received_[ip]} % 16 * 4 + udp::header_size;
   HOLDS(received_.size() >= message + dhcp4::fixed_size);
-  reply_ = check_message(frame, std::span<const uint8_t>(received_).subspan(message));
+  reply_ = check_message(sent.bytes, std::span<const uint8_t>(received_).subspan(message));
 }
 
 }  // namespace dhcp::fuzz

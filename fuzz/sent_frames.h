@@ -6,6 +6,8 @@
 #include <span>
 #include <vector>
 
+#include "fuzz/door.h"
+
 namespace dhcp::fuzz {
 
 struct Reply {
@@ -17,14 +19,11 @@ struct Reply {
 /// or a well-formed reply to it. Aborts otherwise.
 class SentFrames {
  public:
-  explicit SentFrames(std::span<const uint8_t> received);
-  ~SentFrames();
-  SentFrames(const SentFrames&) = delete;
-  SentFrames& operator=(const SentFrames&) = delete;
+  explicit SentFrames(std::span<const uint8_t> received) : received_(received.begin(), received.end()) {}
 
   const std::optional<Reply>& reply() const { return reply_; }
   bool given_back() const { return given_back_; }
-  void judge(std::span<const uint8_t> frame, bool to_all_ports, uint32_t vlan, int mode);
+  void judge(const SentFrame& sent);
 
  private:
   std::vector<uint8_t> received_;

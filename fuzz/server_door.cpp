@@ -6,11 +6,8 @@
 
 #include "base/list.h"
 #include "bench/client_frames.h"
-#include "bench/null_device.h"
-#include "bench/received.h"
 #include "fuzz/sent_frames.h"
 #include "fuzz/server_world.h"
-#include "fuzz/target.h"
 #include "packet/frame4.h"
 #include "packet/options4.h"
 #include "server/client_key.h"
@@ -23,10 +20,10 @@ namespace ip4 = packet::ip4;
 namespace dhcp4 = packet::dhcp4;
 using bench::null_device;
 using bench::ReceivedFrame;
-using packet::store_be16;
 using packet::store_be32;
 
-constexpr size_t largest_frame = 1600, most_messages = 64, largest_crowd = 300;
+constexpr uint32_t largest_crowd = 300;
+uint32_t seen;  // clients of crowds
 
 /// The client's binding found the plain way: the list walked newest first.
 DhcpBinding* plain_find(const server::ClientKey& key, uint32_t pool_id, uint32_t ip) {
@@ -69,9 +66,8 @@ void receive(ReceivedFrame& frame) {
   const std::vector<uint8_t> before(frame.bytes().begin(), frame.bytes().end());
   const int32_t bindings = dhcps_cfg.bindings.count;
   check_lookup(frame.skp());
-  const SentFrames sent(before);
-  const int result = dhcp_server_packet_process(&frame.skp());
-  HOLDS(result == 0 || result == -1);
+  SentFrames sent(before);
+  const int result = hand_over(dhcp_server_packet_process, frame, [&](const SentFrame& out) { sent.judge(out); });
   HOLDS(result == 0 ? !sent.given_back() : !sent.reply());
   HOLDS(!sent.given_back() || dhcps_cfg.bindings.count == bindings);
   HOLDS(std::ranges::equal(frame.bytes(), before));
@@ -93,72 +89,52 @@ void bend_pointers(skpack& skp, uint8_t how) {
   if ((how & 128) != 0) skp.psize = std::min<uint32_t>(skp.psize, 286);
 }
 
-void add_option(std::vector<uint8_t>& out, uint8_t code, std::span<const uint8_t> value) {
-  out.push_back(code);
-  out.push_back(static_cast<uint8_t>(value.size()));
-  out.insert(out.end(), value.begin(), value.end());
-}
-
-void add_address(std::vector<uint8_t>& out, uint8_t code, uint32_t address) {
+void add_address(FuzzedFrame& out, uint8_t code, uint32_t address) {
   std::array<uint8_t, 4> wire;
   store_be32(wire.data(), address);
-  add_option(out, code, wire);
+  out.option4(code, wire);
 }
 
 /// The options that the input chooses; a tail of raw bytes may follow, and an end option need not.
-void add_options(std::vector<uint8_t>& out, Input& input) {
+void add_options(FuzzedFrame& out, Input& input) {
   constexpr uint8_t wanted[] = {1, 3, 6, 13, 15, 66, 67, 200};
   const uint8_t type = input.byte(), chosen = input.byte();
-  add_option(out, packet::option::message_type, {&type, 1});
+  out.option4(packet::option::message_type, {&type, 1});
   if ((chosen & 1) != 0) add_address(out, packet::option::requested_ip, pool_address(input.byte()));
   if ((chosen & 2) != 0) add_address(out, packet::option::server_id, bench::NullDevice::vlan_ips[input.byte() % 2]);
-  if ((chosen & 4) != 0) add_option(out, packet::option::parameter_list, wanted);
-  if ((chosen & 8) != 0) add_option(out, packet::option::client_id, input.bytes(input.byte() % 40));
-  if ((chosen & 16) != 0) add_option(out, packet::option::parameter_list, input.bytes(input.byte()));
+  if ((chosen & 4) != 0) out.option4(packet::option::parameter_list, wanted);
+  if ((chosen & 8) != 0) out.option4(packet::option::client_id, input.bytes(input.byte() % 40));
+  if ((chosen & 16) != 0) out.option4(packet::option::parameter_list, input.bytes(input.byte()));
   if ((chosen & 32) != 0) {
     const uint8_t fields = input.byte();
-    add_option(out, packet::option::overload, {&fields, 1});
+    out.option4(packet::option::overload, {&fields, 1});
   }
-  if ((chosen & 64) != 0) {
-    const auto tail = input.bytes(input.byte());
-    out.insert(out.end(), tail.begin(), tail.end());
-  }
-  if ((chosen & 128) == 0) out.push_back(packet::option::end);
+  if ((chosen & 64) != 0) out.add(input.bytes(input.byte()));
+  if ((chosen & 128) == 0) out.add(std::array{packet::option::end});
 }
 
 /// A whole frame of one of 64 clients, on a VLAN of ours or another's, direct or through a relay.
 std::vector<uint8_t> client_message(Input& input) {
   constexpr uint16_t vlans[] = {10, 20, 10, 30};
   constexpr uint32_t relays[] = {0, 0, 0, 0x0a1e0009, 0xffffff09, 0x0a0a0009, 0, 0xc0000201};
-  const uint8_t client = input.byte(), chosen = input.byte();
-  std::vector<uint8_t> frame(packet::tagged_dhcp_offset + dhcp4::fixed_size);
-  std::fill_n(frame.begin(), 6, uint8_t{0xff});
-  if ((chosen & 1) != 0) frame[0] = 0x02;
-  const uint8_t mac[6] = {0x02, 0, 0, 0, 0, static_cast<uint8_t>(client % 64)};
-  std::copy_n(mac, 6, &frame[6]);
-  store_be16(&frame[12], packet::eth::tpid_8021q);
-  store_be16(&frame[14], vlans[chosen >> 1 & 3]);
-  store_be16(&frame[16], packet::eth::type_ipv4);
-  uint8_t* ip = &frame[packet::tagged_ip_offset];
-  ip[0] = 0x45;
-  ip[ip4::protocol.offset] = ip4::protocol_udp;
-  store_be32(ip + ip4::destination.offset, (chosen & 1) != 0 ? bench::NullDevice::vlan_ips[0] : ip4::broadcast);
-  uint8_t* message = &frame[packet::tagged_dhcp_offset];
+  const uint8_t number = input.byte(), chosen = input.byte();
+  FuzzedFrame frame = FuzzedFrame::dhcp4(client(number), vlans[chosen >> 1 & 3]);
+  if ((chosen & 1) != 0) frame.ethernet()[0] = 0x02;
+  store_be32(frame.ip() + ip4::destination.offset, (chosen & 1) != 0 ? bench::NullDevice::vlan_ips[0] : ip4::broadcast);
+  uint8_t* message = frame.message();
   message[dhcp4::op.offset] = dhcp4::boot_request;
   message[dhcp4::htype.offset] = 1;
-  message[dhcp4::hlen.offset] = client < 192 ? 6 : client;
-  store_be32(message + dhcp4::xid.offset, client * 0x01010101u);
+  message[dhcp4::hlen.offset] = number < 192 ? 6 : number;
+  store_be32(message + dhcp4::xid.offset, number * 0x01010101u);
   if ((chosen & 8) != 0) message[dhcp4::flags.offset] = 0x80;
   if ((chosen & 16) != 0) store_be32(message + dhcp4::ciaddr.offset, pool_address(input.byte()));
   store_be32(message + dhcp4::giaddr.offset, relays[chosen >> 5]);
-  std::copy_n(mac, 6, message + dhcp4::chaddr.offset);
-  store_be32(message + dhcp4::cookie.offset, dhcp4::magic_cookie);
   add_options(frame, input);
-  return frame;
+  return frame.sealed();
 }
 
 /// Clients never seen before, one DISCOVER each, as many as it takes to come near the limit.
-void crowd(uint8_t count, uint32_t& seen) {
+void crowd(uint8_t count) {
   for (; count > 0 && seen < 2 * largest_crowd; --count, ++seen) {
     bench::ClientFrames frames(bench::client_mac(seen));
     std::array<uint8_t, bench::client_frame_size + bench::tag_size> tagged{};
@@ -196,13 +172,13 @@ void change_option(Input& input) {
 }
 
 void change_host(Input& input) {
-  const uint8_t mac[6] = {0x02, 0, 0, 0, 0, static_cast<uint8_t>(input.byte() % 64)};
+  const Mac mac = client(input.byte());
   const uint8_t place = input.byte();
   const uint32_t pool_id = pool_plans[place >> 5 & 3].id;
   if ((place & 128) != 0) {
-    dhcp_server_del_static_host(pool_id, mac);
+    dhcp_server_del_static_host(pool_id, mac.data());
   } else {
-    dhcp_server_set_static_host(pool_id, mac, pool_address(place));
+    dhcp_server_set_static_host(pool_id, mac.data(), pool_address(place));
   }
 }
 
@@ -239,7 +215,7 @@ void tick(Input& input) {
   dhcps_conflict_expire_timeout();
 }
 
-void play(uint8_t step, Input& input, uint32_t& seen) {
+void play(uint8_t step, Input& input) {
   switch (step & 15) {
     case 6: {
       ReceivedFrame frame(input.bytes(input.word() % largest_frame));
@@ -257,7 +233,7 @@ void play(uint8_t step, Input& input, uint32_t& seen) {
     case 11: return change_pool(input);
     case 12: return change_option(input);
     case 13: return change_device(input);
-    case 14: return crowd(input.byte(), seen);
+    case 14: return crowd(input.byte());
     case 15: dhcp_server_clear_binding(pool_address(input.byte())); return;
     default: {
       ReceivedFrame frame(client_message(input));
@@ -266,23 +242,28 @@ void play(uint8_t step, Input& input, uint32_t& seen) {
   }
 }
 
+void open() {
+  build_world();
+  seen = 0;
+}
+
+void step(Input& input) {
+  const uint8_t chosen = input.byte();
+  play(chosen, input);
+  // Not always: what selection remembers between messages must not depend on being asked.
+  if ((chosen & 128) != 0) check_selection();
+}
+
+void close() {
+  check_selection();
+  init_DHCPS_cfg();
+}
+
 }  // namespace
 
 }  // namespace dhcp::fuzz
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace dhcp::fuzz;
-  build_world();
-  Input input(data, size);
-  uint32_t seen = 0;
-  for (size_t steps = 0; steps < most_messages && !input.empty(); ++steps) {
-    const uint8_t step = input.byte();
-    play(step, input, seen);
-    check_records();
-    // Not always: what selection remembers between messages must not depend on being asked.
-    if ((step & 128) != 0) check_selection();
-  }
-  check_selection();
-  init_DHCPS_cfg();  // frees it all, so that a block lost on the way is this input's
-  return 0;
+  return run_door({open, step, check_records, close}, data, size);
 }

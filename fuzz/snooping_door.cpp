@@ -5,13 +5,11 @@
 #include <vector>
 
 #include "base/list.h"
-#include "bench/null_device.h"
-#include "bench/received.h"
 #include "dhcp/packet.h"
 #include "dhcp/relay.h"
 #include "dhcp/snooping.h"
-#include "fuzz/target.h"
-#include "packet/layout.h"
+#include "fuzz/door.h"
+#include "packet/options4.h"
 
 namespace dhcp::fuzz {
 
@@ -22,28 +20,20 @@ namespace udp = packet::udp;
 namespace dhcp4 = packet::dhcp4;
 using bench::null_device;
 using packet::load_be16;
-using packet::store_be16;
 using packet::store_be32;
 
-constexpr size_t largest_frame = 1600, most_steps = 64;
 constexpr uint32_t untrusted = 1, trusted = 2, suppressed = 3;
 constexpr uint16_t vlans[] = {10, 20, 30, 4095};  // the first two are snooped
 
-using Mac = std::array<uint8_t, 6>;
-Mac client(uint8_t n) { return {0x02, 0, 0, 0, 0, static_cast<uint8_t>(n % 64)}; }
 uint32_t address(uint8_t n) { return 0x0a0a0000u + n % 32; }
 
 void check_index(const DhcpSnoopIndex& index, size_t link, int32_t& total) {
   for (int bucket = 0; bucket < DHCP_SNOOP_BUCKETS; ++bucket) {
     HOLDS(index.busy[bucket] == 0);
-    int32_t entries = 0;
-    const DhcpListHead* before = &index.head[bucket];
-    for (const DhcpListHead* at = before->next; at != &index.head[bucket]; at = at->next) {
-      HOLDS(at->prev == before);
-      before = at;
-      ++entries;
+    const int32_t entries = ring_length(index.head[bucket]);
+    for (const DhcpListHead* at = index.head[bucket].next; link != 0 && at != &index.head[bucket]; at = at->next) {
       const auto* entry = reinterpret_cast<const MacBindStruct*>(reinterpret_cast<const uint8_t*>(at) - link);
-      HOLDS(link == 0 || (entry->vlan != 0 && entry->ip != 0));
+      HOLDS(entry->vlan != 0 && entry->ip != 0);
     }
     HOLDS(index.count[bucket] == entries);
     total += entries;
@@ -68,11 +58,8 @@ void check_tables() {
   }
 }
 
-std::vector<uint8_t> received;
-
 /// What leaves is what came in, or a frame whose lengths and header checksum fit together.
-void judge(std::span<const uint8_t> frame, const intf_order_list*, uint32_t, int mode) {
-  HOLDS(mode == 0 || mode == 2);
+void judge(std::span<const uint8_t> frame, std::span<const uint8_t> received) {
   if (std::ranges::equal(frame, received)) return;
   HOLDS(frame.size() <= 1500 && frame.size() >= packet::tagged_dhcp_offset + dhcp4::fixed_size + 1);
   const uint8_t* ip = &frame[packet::tagged_ip_offset];
@@ -86,10 +73,7 @@ void judge(std::span<const uint8_t> frame, const intf_order_list*, uint32_t, int
   }
 }
 
-void build_world() {
-  null_device = {};
-  bench::use_null_device();
-  null_device.on_frame = judge;
+void open() {
   dhcpr_cfg.status = DHCPR_OFF;
   init_dhcp_snooping();
   set_dhcp_snoop_switch(1);
@@ -106,75 +90,45 @@ void build_world() {
 }
 
 void receive(std::span<const uint8_t> bytes, uint32_t port) {
-  bench::ReceivedFrame frame(bytes);
-  frame.skp().in_intf = port;
-  received.assign(bytes.begin(), bytes.end());
-  const int result = dhcp_packet_snooping_process(&frame.skp());
-  HOLDS(result == 0 || result == -1);
-  HOLDS(std::ranges::equal(frame.bytes(), received));
+  bench::ReceivedFrame frame(bytes, port);
+  hand_over(dhcp_packet_snooping_process, frame, [bytes](const SentFrame& sent) {
+    HOLDS(sent.mode == 0 || sent.mode == 2);
+    judge(sent.bytes, bytes);
+  });
+  HOLDS(std::ranges::equal(frame.bytes(), bytes));
 }
 
 /// With the relay on, a rewritten frame is put back into the storage it came in, which has the room for it.
 void receive_for_relay(std::span<const uint8_t> bytes, uint32_t port) {
-  std::vector<uint8_t> storage(largest_frame);
-  std::copy(bytes.begin(), bytes.end(), storage.begin());
-  bench::ReceivedFrame dissected(bytes);
-  skpack skp = dissected.skp();
-  const auto moved = [&](uint8_t* p) { return p == nullptr ? nullptr : storage.data() + (p - skp.data); };
-  skp.ip_hdr = moved(skp.ip_hdr), skp.ud_hdr = moved(skp.ud_hdr), skp.upper = moved(skp.upper);
-  skp.vlan_tag = moved(skp.vlan_tag);
-  skp.head = skp.data = storage.data();
-  skp.in_intf = port;
-  received.assign(bytes.begin(), bytes.end());
+  bench::ReceivedFrame frame(bytes, port, largest_frame - std::min(bytes.size(), largest_frame));
   dhcpr_cfg.status = DHCPR_ON;
-  const int result = dhcp_packet_snooping_process(&skp);
+  const int result =
+      hand_over(dhcp_packet_snooping_process, frame, [bytes](const SentFrame& sent) { judge(sent.bytes, bytes); });
   dhcpr_cfg.status = DHCPR_OFF;
-  HOLDS(skp.psize <= largest_frame);
-  if (result == 0) judge(std::span(storage).first(skp.psize), nullptr, 0, 0);
-}
-
-void add_option(std::vector<uint8_t>& out, uint8_t code, std::span<const uint8_t> value) {
-  out.push_back(code);
-  out.push_back(static_cast<uint8_t>(value.size()));
-  out.insert(out.end(), value.begin(), value.end());
+  HOLDS(frame.bytes().size() <= largest_frame);
+  if (result == 0) judge(frame.bytes(), bytes);
 }
 
 /// A frame of a client or for one: who, which VLAN, type and options are the input's choice.
 std::vector<uint8_t> message(Input& input) {
   const uint8_t who = input.byte(), chosen = input.byte(), type = input.byte();
-  std::vector<uint8_t> frame(packet::tagged_dhcp_offset + dhcp4::fixed_size);
-  frame.reserve(2 * largest_frame);  // its headers are pointed into while options are added
   const Mac mac = client(who);
-  std::fill_n(frame.begin(), 6, uint8_t{0xff});
-  if ((chosen & 1) != 0) frame[0] = 0x02;
-  std::ranges::copy(mac, &frame[6]);
-  if ((who & 128) != 0) frame[11] ^= 0x80;  // a sender that is not the client
-  store_be16(&frame[12], packet::eth::tpid_8021q);
-  store_be16(&frame[14], vlans[chosen >> 1 & 3]);
-  store_be16(&frame[16], packet::eth::type_ipv4);
-  uint8_t* ip = &frame[packet::tagged_ip_offset];
-  ip[0] = 0x45;
-  ip[ip4::protocol.offset] = ip4::protocol_udp;
-  store_be32(ip + ip4::source.offset, address(chosen >> 3));
-  uint8_t* dhcp = &frame[packet::tagged_dhcp_offset];
-  store_be32(dhcp + dhcp4::ciaddr.offset, (chosen & 64) != 0 ? address(who) : 0);
-  store_be32(dhcp + dhcp4::yiaddr.offset, address(input.byte()));
-  std::ranges::copy(mac, dhcp + dhcp4::chaddr.offset);
-  store_be32(dhcp + dhcp4::cookie.offset, dhcp4::magic_cookie);
-  add_option(frame, 53, {&type, 1});
-  if ((chosen & 128) != 0) add_option(frame, 51, input.bytes(4));
+  FuzzedFrame frame = FuzzedFrame::dhcp4(mac, vlans[chosen >> 1 & 3]);
+  if ((chosen & 1) != 0) frame.ethernet()[0] = 0x02;
+  if ((who & 128) != 0) frame.ethernet()[11] ^= 0x80;  // a sender that is not the client
+  store_be32(frame.ip() + ip4::source.offset, address(chosen >> 3));
+  store_be32(frame.message() + dhcp4::ciaddr.offset, (chosen & 64) != 0 ? address(who) : 0);
+  store_be32(frame.message() + dhcp4::yiaddr.offset, address(input.byte()));
+  frame.option4(53, {&type, 1});
+  if ((chosen & 128) != 0) frame.option4(51, input.bytes(4));
   const uint8_t more = input.byte();
-  if ((more & 1) != 0) add_option(frame, 82, input.bytes(more >> 2));
+  if ((more & 1) != 0) frame.option4(82, input.bytes(more >> 2));
   if ((more & 2) != 0) {
-    const auto tail = input.bytes(input.byte());
-    frame.insert(frame.end(), tail.begin(), tail.end());
+    frame.add(input.bytes(input.byte()));
   } else {
-    frame.push_back(255);
+    frame.add(std::array{packet::option::end});
   }
-  store_be16(ip + ip4::total_length.offset, static_cast<uint16_t>(frame.size() - packet::tagged_ip_offset));
-  store_be16(&frame[packet::tagged_udp_offset + udp::length.offset],
-             static_cast<uint16_t>(frame.size() - packet::tagged_udp_offset));
-  return frame;
+  return frame.sealed();
 }
 
 void configure(Input& input) {
@@ -230,12 +184,9 @@ void play(uint8_t step, Input& input) {
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace dhcp::fuzz;
-  build_world();
-  Input input(data, size);
-  for (size_t steps = 0; steps < most_steps && !input.empty(); ++steps) {
-    play(input.byte(), input);
-    check_tables();
-  }
-  exit_dhcp_snooping();  // frees it all, so that a block lost on the way is this input's
-  return 0;
+  const auto step = [](Input& input) {
+    const uint8_t chosen = input.byte();
+    play(chosen, input);
+  };
+  return run_door({open, step, check_tables, [] { exit_dhcp_snooping(); }}, data, size);
 }
