@@ -8,9 +8,12 @@
 #include <cstdio>
 #include <span>
 
+#include "platform/sysmng.h"
+
 namespace dhcp::base {
 
 inline constexpr int first_vlan = 1, last_vlan = 4094;
+inline constexpr int bad_vlan = -90;  // what setters answer when the device has no such VLAN
 inline constexpr size_t vlan_bitmap_size = 512;
 
 using VlanBits = std::span<const uint8_t, vlan_bitmap_size>;
@@ -34,6 +37,12 @@ inline int next_vlan(VlanBits bits, int vlan) {
 }
 
 inline bool any_vlan(VlanBits bits) { return next_vlan(bits, first_vlan) <= last_vlan; }
+
+/// True when the device has that VLAN.
+inline bool vlan_exists(int vlan) {
+  constexpr int must_exist = 2;
+  return vlan >= first_vlan && vlan <= last_vlan && get_vlan_valid(static_cast<uint32_t>(vlan), must_exist) == 0;
+}
 
 /// Members ascending, runs as "a-b", items separated by commas. Written piece by piece: the longest text is far larger
 /// than a task's stack should carry.

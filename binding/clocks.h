@@ -8,6 +8,12 @@ namespace dhcp::binding {
 /// How many bindings there are, as the ageing clock sees it: 0 up to 100, 100 up to 1024, 1024 above.
 int count_class(int count);
 
+/// Takes a lease into the shortest one seen, which sets the ageing period: the first one as it is, a shorter non-zero
+/// one afterwards.
+inline void note_lease(int32_t& shortest, int32_t lease) {
+  if (shortest == 0 || (lease != 0 && lease < shortest)) shortest = lease;
+}
+
 /// Ageing comes every half of the shortest lease. While no lease has been seen nothing is aged.
 class AgeingClock {
  public:

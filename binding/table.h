@@ -6,7 +6,7 @@
 ///
 /// Each index is 256 buckets of circular lists, newest first. The services differ in a traits type:
 ///
-///   Entry, Index, Address          the records, and the type of an address
+///   Entry, Address                 the record of a binding, and the type of an address
 ///   address(entry)                 the address of a binding
 ///   bucket(vlan, address)          its bucket; taken modulo 256
 ///   create_limit, bucket_limit     a MAC is taken in while there are fewer bindings, and fewer in its bucket
@@ -30,10 +30,11 @@
 #include "base/guard.h"
 #include "base/list.h"
 #include "base/os.h"
+#include "dhcp/binding.h"
 
 namespace dhcp::binding {
 
-inline constexpr unsigned buckets = 256;
+inline constexpr unsigned buckets = DHCP_SNOOP_BUCKETS;
 inline constexpr int32_t learning = 0, bound = 1;  // Entry::state
 inline constexpr int32_t learning_timeout_s = 31;
 
@@ -52,7 +53,7 @@ template <class Traits>
 class Table {
  public:
   using Entry = typename Traits::Entry;
-  using Index = typename Traits::Index;
+  using Index = DhcpSnoopIndex;
   using Address = typename Traits::Address;
 
   constexpr Table(int32_t& count, Index& by_mac, Index& by_address)
@@ -156,16 +157,22 @@ class Table {
     for (Entry& entry : in_mac_bucket(bucket)) visit(entry);
   }
 
-  /// Calls `visit` for every bound entry under the bucket's busy word: it may change nothing in the table.
+  /// Calls `visit` for every binding under the bucket's busy word: it may change nothing in the table.
   template <class Visit>
-  void each_bound(Visit visit) const {
+  void each_held(Visit visit) const {
     for (unsigned bucket = 0; bucket < buckets; ++bucket) {
       if (base::list_empty(by_mac_.head[bucket])) continue;
       const base::BusyGuard busy(by_mac_.busy[bucket]);
-      for (Entry& entry : in_mac_bucket(bucket)) {
-        if (entry.state == bound) visit(entry);
-      }
+      for (Entry& entry : in_mac_bucket(bucket)) visit(entry);
     }
+  }
+
+  /// The same for bound entries only.
+  template <class Visit>
+  void each_bound(Visit visit) const {
+    each_held([&visit](Entry& entry) {
+      if (entry.state == bound) visit(entry);
+    });
   }
 
   /// Deletes what has outlived its time: learning entries after 31 seconds, dynamic ones when their lease is over.
@@ -173,6 +180,10 @@ class Table {
     each_in_bucket(bucket, [this](Entry& entry) {
       if (outlived(entry, base::now32())) erase(entry);
     });
+  }
+
+  void age() const {
+    for (unsigned bucket = 0; bucket < buckets; ++bucket) age_bucket(bucket);
   }
 
   /// Frees every binding without a word to anybody.

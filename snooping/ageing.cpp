@@ -13,11 +13,6 @@ binding::AgeingClock ageing_clock;
 
 void restart_ageing() { ageing_clock.reset(); }
 
-void note_lease(int32_t lease) {
-  int32_t& shortest = g_dhcp_snooping.min_lease;
-  if (shortest == 0 || (lease != 0 && lease < shortest)) shortest = lease;
-}
-
 }  // namespace dhcp::snooping
 
 using namespace dhcp;
@@ -26,9 +21,7 @@ void clear_mac_bind_list(int bucket) {
   if (bucket >= 0 && bucket < DHCP_SNOOP_BUCKETS) snooping::bindings.age_bucket(static_cast<unsigned>(bucket));
 }
 
-void check_mac_bind_valid() {
-  for (int bucket = 0; bucket < DHCP_SNOOP_BUCKETS; ++bucket) clear_mac_bind_list(bucket);
-}
+void check_mac_bind_valid() { snooping::bindings.age(); }
 
 void timer_dhcp_snoop() {
   if (snooping::ageing_clock.due(g_dhcp_snooping.bind_count, g_dhcp_snooping.min_lease)) check_mac_bind_valid();

@@ -10,7 +10,6 @@ namespace dhcp::snooping {
 
 struct BindingRules {
   using Entry = MacBindStruct;
-  using Index = DhcpSnoopIndex;
   using Address = uint32_t;
 
   static constexpr int32_t create_limit = 250, bucket_limit = 1025;
@@ -34,7 +33,7 @@ struct BindingRules {
   static void erasing(Entry& entry);
 
   static constexpr size_t longest_line = 255;
-  /// "mac,lease,vlan,interface,static,ip", numbers in decimal.
+  /// The address is a number in decimal (binding/line.h).
   static int print(FILE* stream, const Entry& entry);
   static bool parse(const char* line, Entry& entry);
 };

@@ -1,5 +1,5 @@
 /// The service's switch, its VLANs, the packet limit, the list of servers.
-#include "snooping/configure.h"
+#include "base/vlan_set.h"
 
 #include "base/log.h"
 #include "base/services.h"
@@ -52,9 +52,9 @@ int set_dhcp_snoop_vlan(int add, int vlan) {
   using namespace dhcp;
   const SnoopingLock lock;
   const bool in_range = vlan >= base::first_vlan && vlan <= base::last_vlan;
-  if (!in_range || (add != 0 && !snooping::vlan_exists(vlan))) {
+  if (!in_range || (add != 0 && !base::vlan_exists(vlan))) {
     DHCP_LOG_AT(module_service, "DHCPS_vlan", "the vlan:%d is invalid,please add vlanid in vlan cmd", vlan);
-    return snooping::bad_vlan;
+    return base::bad_vlan;
   }
   base::vlan_put(g_dhcp_snooping.vlan_bitmap, vlan, add != 0);
   DHCP_LOG_AT(module_service, "DHCPS_vlan", "%s dhcp snooping vlan %d", add != 0 ? "add" : "del", vlan);

@@ -2,7 +2,7 @@
 #include "base/log.h"
 #include "base/os.h"
 #include "base/text.h"
-#include "snooping/configure.h"
+#include "base/vlan_set.h"
 #include "snooping/snooping.h"
 
 using dhcp::base::module_service;
@@ -48,7 +48,7 @@ int set_dhcp_snoop_verify_mac(int add, const uint8_t* mac, int mode) {
 
 int set_dhcp_snoop_bind(int add, const uint8_t* mac, uint32_t ip, uint32_t intf, int vlan, int lease_s) {
   const SnoopingLock lock;
-  if (add != 0 && !dhcp::snooping::vlan_exists(vlan)) return dhcp::snooping::bad_vlan;
+  if (add != 0 && !dhcp::base::vlan_exists(vlan)) return dhcp::base::bad_vlan;
   const int result = add != 0 ? add_static(mac, ip, intf, vlan, lease_s) : del_MacBindStruct(mac, intf);
   if (result != 0) return result;
   if (add != 0) {

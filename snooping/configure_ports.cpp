@@ -4,12 +4,12 @@
 #include "snooping/snooping.h"
 
 using dhcp::base::module_service;
-using dhcp::snooping::find_interface;
+using dhcp::snooping::interfaces;
 using dhcp::snooping::SnoopingLock;
 
 int set_dhcp_snoop_trust(int trust, uint32_t intf) {
   const SnoopingLock lock;
-  SnoopIntfEntry* port = find_interface(intf);
+  SnoopIntfEntry* port = interfaces.find(intf);
   if (port == nullptr) {
     DHCP_LOG_AT(module_service, "DHCPS_port", "the port 0x%x is not exist", intf);
     return -1;
@@ -23,7 +23,7 @@ int set_dhcp_snoop_trust(int trust, uint32_t intf) {
 
 int set_dhcp_snoop_suppression(int open, uint32_t intf) {
   const SnoopingLock lock;
-  SnoopIntfEntry* port = find_interface(intf);
+  SnoopIntfEntry* port = interfaces.find(intf);
   if (port == nullptr) {
     DHCP_LOG_AT(module_service, "DHCPS_suppresion", "the port 0x%x is not exist", intf);
     return -1;

@@ -67,12 +67,12 @@ int conclude(uint32_t in_intf, IntfNode* port, int type, const Outcome& outcome)
     snoop_count_dropped(in_intf, type);
   }
   if (outcome.text != nullptr) DHCP_LOG(base::module_service, "DHCPS_packet", "%s", outcome.text);
-  count_verdict(port, outcome.verdict, type);
+  frame_counts.count(port, outcome.verdict, static_cast<unsigned>(type));
   return outcome.passed ? 0 : -1;
 }
 
 int process(skpack& skp, const std::optional<packet::Frame4>& frame) {
-  IntfNode* port = find_interface(skp.in_intf);
+  IntfNode* port = interfaces.find(skp.in_intf);
   const auto ends = [&](DhcpSnoopVerdict verdict) { return conclude(skp.in_intf, port, 0, {verdict}); };
   if (!frame) return ends(DHCP_SNOOP_MALFORMED);
   if (port == nullptr) return ends(DHCP_SNOOP_UNKNOWN_PORT);
@@ -140,7 +140,7 @@ void log_binding(const char* function, int line, const char* what, const MacBind
 int dhcp_packet_snooping_process(skpack* skp) {
   using namespace dhcp;
   if (skp->ud_hdr == nullptr) {
-    snooping::count_headerless();
+    snooping::frame_counts.count_headerless();
     return -1;
   }
   const auto frame = packet::Frame4::parse(*skp);

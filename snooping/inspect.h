@@ -6,22 +6,16 @@
 
 #include <cstdint>
 #include <initializer_list>
-#include <optional>
 
+#include "binding/outcome.h"
 #include "packet/frame4.h"
 #include "packet/options4.h"
 #include "snooping/snooping.h"
 
 namespace dhcp::snooping {
 
-/// What becomes of a frame and what is said about it.
-struct Outcome {
-  DhcpSnoopVerdict verdict;
-  const char* text = nullptr;  // null = in silence
-  bool passed = false;         // goes on to relay and server; otherwise it ends here
-};
-
-using Step = std::optional<Outcome>;
+using binding::Outcome;
+using binding::Step;
 
 /// The frame in hand.
 class Inspection {

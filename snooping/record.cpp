@@ -31,18 +31,6 @@ void close_raw_socket() {
   if (socket >= 0) close(socket);
 }
 
-void free_interfaces() {
-  const base::BusyGuard busy(g_dhcp_snooping.intf_busy);
-  intf_order_list* list = std::exchange(g_dhcp_snooping.intf_list, nullptr);
-  if (list != nullptr) intf_order_list_free_node(list);
-  g_dhcp_snooping.intf_count = 0;
-}
-
-void make_interfaces() {
-  const base::BusyGuard busy(g_dhcp_snooping.intf_busy);
-  g_dhcp_snooping.intf_list = base::make_port_list<IntfNode>(g_dhcp_snooping.intf_count);
-}
-
 void free_verify_macs() {
   for (MacVerifyStruct*& bucket : g_dhcp_snooping.verify_bucket) {
     while (bucket != nullptr) del_MacVerifyStruct(bucket->mac);
@@ -57,7 +45,7 @@ void tear_down() {
   free_verify_macs();
   bindings.free_all();
   free_sub_options();
-  free_interfaces();
+  interfaces.free_all();
 }
 
 /// Every setting as it is before the host has said anything.
@@ -75,7 +63,7 @@ void set_defaults() {
   restart_ageing();
   restart_database();
   forget_rogue();
-  clear_unlisted_counters();
+  frame_counts.clear_unlisted();
 }
 
 /// Host calls may come before the service's own beginning: the lists are there from the moment the library is loaded.
@@ -91,11 +79,6 @@ void set_defaults() {
 
 bool initialised() { return ready.load(); }
 
-bool vlan_snooped(int vlan) {
-  if (vlan < 0 || vlan >= DHCP_SNOOP_VLAN_BYTES * 8) return false;
-  return (g_dhcp_snooping.vlan_bitmap[vlan / 8] >> (vlan % 8) & 1) != 0;
-}
-
 }  // namespace dhcp::snooping
 
 namespace dhcp::base {
@@ -109,7 +92,7 @@ int init_dhcp_snooping() {
   const SnoopingLock lock;
   tear_down();
   set_defaults();
-  make_interfaces();
+  interfaces.make(dhcp::base::make_port_list<IntfNode>);
   g_dhcp_snooping.raw_socket = dhcp::base::open_idle_packet_socket();
   ready.store(true);
   DHCP_LOG_AT(dhcp::base::module_service, "DHCPS_init", "dhcp snooping init over");

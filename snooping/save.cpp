@@ -1,35 +1,23 @@
 /// The configuration as command lines, in an order in which they can be typed again.
 #include "base/list.h"
-#include "base/port_list.h"
 #include "base/text.h"
-#include "base/vlan_set.h"
+#include "binding/display.h"
 #include "platform/text.h"
+#include "snooping/bindings.h"
 #include "snooping/option82.h"
-#include "snooping/snooping.h"
 
 using namespace dhcp::snooping;
+using namespace dhcp::binding;
 using dhcp::base::IpText;
 
 namespace {
 
-/// Two blanks stand before a port's number.
-void save_interface_line(FILE* out, uint32_t intf) {
-  const auto number = static_cast<int>(dhcp::base::interface_number(intf));
-  if (dhcp::base::is_group(intf)) {
-    fprintf(out, "interface aggregateport %d\r\n", number);
-  } else {
-    fprintf(out, "%s %d\r\n", "interface gigabitethernet ", number);
-  }
-}
+constexpr const char* command = "ip dhcp snooping";
 
 void save_switches(FILE* out) {
   const DhcpSnoopConfig& conf = g_dhcp_snooping;
   if (conf.enable == 1) fputs("ip dhcp snooping\r\n", out);
-  if (dhcp::base::any_vlan(conf.vlan_bitmap)) {
-    fputs("ip dhcp snooping vlan ", out);
-    dhcp::base::write_vlan_list(out, conf.vlan_bitmap);
-    fputs("\r\n", out);
-  }
+  save_vlans(out, command, conf.vlan_bitmap);
   if (conf.limit != 0) fprintf(out, "ip dhcp snooping limit %d\r\n", conf.limit);
   if (conf.verify_enable == 1) fputs("ip dhcp snooping verify mac-address\r\n", out);
 }
@@ -45,17 +33,11 @@ void save_verify_macs(FILE* out) {
 
 /// Ports come before groups in the list.
 void save_interfaces(FILE* out) {
-  each_interface([out](const IntfNode& port) {
-    if (port.trust == 0 && port.suppression == 0) return;
-    save_interface_line(out, port.ifindex);
-    if (port.trust != 0) fputs("ip dhcp snooping trust\r\n", out);
-    if (port.suppression != 0) fputs("ip dhcp snooping suppression\r\n", out);
-    fputs("exit\r\n", out);
-  });
+  interfaces.each([out](const IntfNode& port) { save_interface(out, command, port); });
 }
 
 void save_static_bindings(FILE* out) {
-  each_binding([out](const MacBindStruct& binding) {
+  bindings.each_held([out](const MacBindStruct& binding) {
     if (binding.is_static == 0) return;
     char mac[18];
     save_interface_line(out, binding.intf);

@@ -2,6 +2,7 @@
 #include "base/log.h"
 #include "base/os.h"
 #include "base/text.h"
+#include "binding/clocks.h"
 #include "snooping/inspect.h"
 
 namespace dhcp::snooping {
@@ -65,7 +66,7 @@ void acknowledge_dynamic(const packet::Message4& ack, MacBindStruct& binding) {
   }
   set_address(binding, acknowledged_address(ack));
   set_lease(binding, ack, default_lease_s);
-  note_lease(binding.lease);
+  binding::note_lease(g_dhcp_snooping.min_lease, binding.lease);
   binding.state = state_bound;
   binding.time = static_cast<int32_t>(base::now32());
   log_binding(__func__, __LINE__, "insert ", binding);

@@ -1,41 +1,23 @@
 /// Display of the configuration, the interfaces that matter and the last rogue server.
-#include "base/port_list.h"
 #include "base/report.h"
 #include "base/text.h"
 #include "base/vlan_set.h"
+#include "binding/display.h"
 #include "platform/text.h"
 #include "snooping/counters.h"
 #include "snooping/snooping.h"
 
 using namespace dhcp::snooping;
+using namespace dhcp::binding;
 using dhcp::base::IpText;
 
 namespace {
 
-void write_label(FILE* out, const char* label) { fprintf(out, "         %-32s ", label); }
-
-void write_word(FILE* out, const char* label, const char* word) {
-  write_label(out, label);
-  fprintf(out, "%s \n", word);
-}
-
-/// Two to a line; further lines begin under the label with a colon.
 void write_servers(FILE* out) {
-  write_label(out, "dhcp server ipaddr :");
-  if (g_dhcp_snooping.server_list == nullptr) fputs("None\n", out);
-  bool first_of_line = true;
+  AddressColumn column(out, "dhcp server ipaddr :");
   for (const DhcpServerInfo* server = g_dhcp_snooping.server_list; server != nullptr; server = server->next) {
-    const IpText ip(server->ip);
-    if (!first_of_line) {
-      fprintf(out, "%s\n", ip.c_str());
-    } else if (server == g_dhcp_snooping.server_list) {
-      fprintf(out, "%s ", ip.c_str());
-    } else {
-      fprintf(out, "         %32s %s ", ":", ip.c_str());
-    }
-    first_of_line = !first_of_line;
+    column.add(IpText(server->ip).c_str());
   }
-  if (!first_of_line) fputs("\n", out);
 }
 
 void write_limit(FILE* out) {
@@ -60,11 +42,9 @@ void write_rogue(FILE* out) {
 }
 
 void write_interface(FILE* out, const SnoopIntfEntry& port) {
-  char name[16];
-  snprintf(name, sizeof name, "%s%d ", dhcp::base::is_group(port.ifindex) ? "Ag" : "Gi",
-           static_cast<int>(dhcp::base::interface_number(port.ifindex)));
-  fprintf(out, "         %-10s   %-8s   %-11s   %-16u   %u\n", name, port.trust != 0 ? "yes" : "no",
-          port.suppression != 0 ? "enable" : "disable", port.dropped_ack, port.dropped_offer);
+  fprintf(out, "         %-10s   %-8s   %-11s   %-16u   %u\n", InterfaceName(port.ifindex).c_str(),
+          port.trust != 0 ? "yes" : "no", port.suppression != 0 ? "enable" : "disable", port.dropped_ack,
+          port.dropped_offer);
 }
 
 /// Interfaces that are set up in some way, and those on which a server's answers were dropped.
@@ -72,7 +52,7 @@ void write_interfaces(FILE* out) {
   constexpr const char* row = "         %-10s   %-8s   %-11s   %-16s   %s\n";
   fprintf(out, row, "Interface", "Trusted", "Suppression", "Dropped Ack Pkts", "Dropped Offer Pkts");
   fprintf(out, row, "----------", "--------", "-----------", "----------------", "------------------");
-  each_interface([out](const IntfNode& port) {
+  interfaces.each([out](const IntfNode& port) {
     if (port.trust != 0 || port.suppression != 0 || port.dropped_ack != 0 || port.dropped_offer != 0) {
       write_interface(out, port);
     }
@@ -90,8 +70,7 @@ void write_conf(FILE* out) {
   write_word(out, "DHCP snooping option82 status :", str_enable(conf.option82_enable));
   write_word(out, "DHCP snooping user option82 :", conf.allow_untrust_option82 != 0 ? "trust" : "untrust");
   write_servers(out);
-  write_label(out, "DHCP snooping database write-delay time :");
-  fprintf(out, "%d s\n", conf.writeflash_interval);
+  write_interval(out, "DHCP snooping database write-delay time :", conf.writeflash_interval);
   write_rogue(out);
   write_interfaces(out);
 }

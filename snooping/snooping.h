@@ -17,9 +17,9 @@
 #include <cstdint>
 
 #include "base/guard.h"
-#include "base/list.h"
+#include "base/vlan_set.h"
+#include "binding/interfaces.h"
 #include "dhcp/snooping.h"
-#include "platform/intf_list.h"
 
 namespace dhcp::snooping {
 
@@ -36,47 +36,17 @@ class SnoopingLock {
   base::SemaphoreGuard guard_;
 };
 
-/// An interface as it is allocated: the record, and the fates of its frames. Made zeroed by base::new_port_node().
-struct IntfNode : SnoopIntfEntry {
-  DhcpSnoopCounters counters;
-};
+using Interfaces = binding::Interfaces<DhcpSnoopCounters>;
+using IntfNode = Interfaces::Node;
 
-/// The interface's entry or null. Takes `intf_busy` for the search; entries stay until the service ends, so the result
-/// is good while the lock is held.
-IntfNode* find_interface(uint32_t intf);
-
-/// Calls `visit(IntfNode&)` for every interface in ascending order, under `intf_busy`.
-template <class Visit>
-void each_interface(Visit visit) {
-  const base::BusyGuard busy(g_dhcp_snooping.intf_busy);
-  auto* list = reinterpret_cast<intf_order_node*>(g_dhcp_snooping.intf_list);
-  if (list == nullptr) return;
-  for (intf_order_node* node = list->next; node != list; node = node->next) {
-    visit(static_cast<IntfNode&>(*reinterpret_cast<SnoopIntfEntry*>(node)));
-  }
-}
-
-/// Calls `visit(MacBindStruct&)` for every binding, MAC bucket by MAC bucket from its front, each under its busy word:
-/// `visit` may neither create nor delete bindings.
-template <class Visit>
-void each_binding(Visit visit) {
-  DhcpSnoopIndex& index = g_dhcp_snooping.mac_index;
-  for (int bucket = 0; bucket < DHCP_SNOOP_BUCKETS; ++bucket) {
-    if (index.count[bucket] == 0) continue;
-    const base::BusyGuard busy(index.busy[bucket]);
-    for (MacBindStruct& binding : base::Records<MacBindStruct>(index.head[bucket])) visit(binding);
-  }
-}
+inline constexpr Interfaces interfaces(g_dhcp_snooping.intf_list, g_dhcp_snooping.intf_count,
+                                       g_dhcp_snooping.intf_busy);
 
 /// True when the VLAN is in the snooping set; false for every number that is no VLAN.
-bool vlan_snooped(int vlan);
+inline bool vlan_snooped(int vlan) { return base::vlan_in(g_dhcp_snooping.vlan_bitmap, vlan); }
 
 /// Says that bindings have changed, so that the cyclic write has something to save.
 void set_bind_changed();
-
-/// Takes a binding's lease into `min_lease`, which sets the ageing period: the first one as it is, a shorter non-zero
-/// one afterwards.
-void note_lease(int32_t lease);
 
 /// The switch without the lock: chip rules, log, `enable`. Nothing when `on` is what it is already. (configuration)
 int __set_dhcp_snoop_switch(int on);
