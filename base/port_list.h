@@ -58,9 +58,10 @@ intf_order_list* make_port_list(int32_t& count) {
   return fill_port_list<Node>(physical_ports() + extra_groups, interface_at, count);
 }
 
-/// The physical ports alone, however many: what relay and client of IPv6 send to.
-inline intf_order_list* make_physical_port_list(int32_t& count) {
-  return fill_port_list<intf_order_node>(
+/// The physical ports alone, however many: what snooping, relay and client of IPv6 know.
+template <class Node = intf_order_node>
+intf_order_list* make_physical_port_list(int32_t& count) {
+  return fill_port_list<Node>(
       physical_ports(), [](uint32_t port) { return port; }, count);
 }
 

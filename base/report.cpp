@@ -12,6 +12,8 @@ Report::Report(char* path, int a, int b) : path_(path), file_(nullptr) {
   file_ = fopen(path, "w+");
 }
 
+Report::Report(const char* path) : path_(path), file_(fopen(path, "w+")) {}
+
 Report::~Report() {
   if (file_ != nullptr) fclose(file_);
 }

@@ -9,6 +9,8 @@ class Report {
  public:
   /// Asks the device for the file's name (into `path`, room for 128 bytes) and opens it.
   Report(char* path, int a, int b);
+  /// Opens the file of this name.
+  explicit Report(const char* path);
   ~Report();
   Report(const Report&) = delete;
   Report& operator=(const Report&) = delete;
@@ -27,6 +29,14 @@ class Report {
 template <class Write>
 int write_report(char* path, int a, int b, Write write) {
   Report report(path, a, b);
+  if (report.ok()) write(report.file());
+  return report.result();
+}
+
+/// The same under a name that the host gives.
+template <class Write>
+int write_report_to(const char* path, Write write) {
+  Report report(path);
   if (report.ok()) write(report.file());
   return report.result();
 }

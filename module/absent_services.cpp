@@ -4,11 +4,9 @@
 
 namespace dhcp::base {
 
-bool snooping6_on() { return false; }
 bool server6_on() { return false; }
 
 }  // namespace dhcp::base
 
-int dhcp6_packet_snooping_process(skpack* /*skp*/) { return 0; }
 int dhcp6_server_packet_process(skpack* /*skp*/) { return 0; }
 int dhcp6_client_packet_process(skpack* /*skp*/) { return 0; }

@@ -3,6 +3,5 @@
 
 struct skpack;
 
-int dhcp6_packet_snooping_process(skpack* skp);
 int dhcp6_server_packet_process(skpack* skp);
 int dhcp6_client_packet_process(skpack* skp);

@@ -9,6 +9,7 @@
 #include "dhcp/relay6.h"
 #include "dhcp/server.h"
 #include "dhcp/snooping.h"
+#include "dhcp/snooping6.h"
 #include "module/absent_services.h"
 #include "module/module.h"
 #include "module/own_mac.h"

@@ -15,6 +15,7 @@
 #include "dhcp/relay6.h"
 #include "dhcp/server.h"
 #include "dhcp/snooping.h"
+#include "dhcp/snooping6.h"
 #include "module/module.h"
 
 namespace {
@@ -81,6 +82,7 @@ int dhcp_module_stop() {
     if (row.tid != not_running) stask_stop(&row);
   }
   exit_dhcp_snooping();
+  exit_dhcp6_snooping();
   exit_DHCPR_cfg();
   return 0;
 }

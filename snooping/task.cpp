@@ -1,8 +1,11 @@
-/// The "snoop" task: it brings the saved bindings back, then every two seconds ages the table and saves it.
+/// The "snoop" task: it brings the saved bindings of both families back, then every two seconds ages the tables and
+/// saves them.
 #include "base/os.h"
 #include "base/task_loop.h"
+#include "dhcp/snooping6.h"
 #include "snooping/record.h"
 #include "snooping/snooping.h"
+#include "snooping6/record.h"
 
 namespace dhcp::snooping {
 
@@ -15,6 +18,7 @@ base::TaskLoop task;
 void restore() {
   const SnoopingLock lock;
   read_dhcp_snoop_from_flash();
+  read_dhcp6_snoop_from_flash();
 }
 
 /// The whole round is under the lock, so nothing is aged or written while a frame is looked at.
@@ -23,6 +27,8 @@ void round() {
   const base::CycleLines lines;
   timer_dhcp_snoop();
   cycle_write_bind_flash();
+  timer_dhcp6_snoop();
+  cycle_write_dhcp6_bind_flash();
 }
 
 }  // namespace
@@ -31,6 +37,7 @@ void round() {
 
 int snoop_task_init() {
   if (!dhcp::snooping::initialised()) init_dhcp_snooping();
+  if (!dhcp::snooping6::initialised()) init_dhcp6_snooping();
   return 0;
 }
 
