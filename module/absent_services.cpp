@@ -9,4 +9,3 @@ bool server6_on() { return false; }
 }  // namespace dhcp::base
 
 int dhcp6_server_packet_process(skpack* /*skp*/) { return 0; }
-int dhcp6_client_packet_process(skpack* /*skp*/) { return 0; }

@@ -4,4 +4,3 @@
 struct skpack;
 
 int dhcp6_server_packet_process(skpack* skp);
-int dhcp6_client_packet_process(skpack* skp);

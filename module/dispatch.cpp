@@ -5,6 +5,7 @@
 #include "base/log.h"
 #include "base/mac.h"
 #include "base/services.h"
+#include "dhcp/client6.h"
 #include "dhcp/relay.h"
 #include "dhcp/relay6.h"
 #include "dhcp/server.h"

@@ -4,6 +4,7 @@
 
 #include "base/os.h"
 #include "base/task_loop.h"
+#include "dhcp/client6.h"
 #include "dhcp/relay.h"
 #include "dhcp/server.h"
 #include "dhcp/snooping.h"
@@ -41,9 +42,9 @@ constexpr ModuleTaskEntry row(const char* name, int (*init)(), int (*entry)(Modu
 }
 
 std::array<ModuleTaskEntry, 6> table{
-    row("dhcpr", dhcpr_task_init, dhcpr_task_entry), row("dhcpc", dhcpc_task_init, dhcpc_task_entry),
-    row("snoop", snoop_task_init, snoop_task_entry), row("dhcps", dhcps_task_init, dhcps_task_entry),
-    row("dhcp6c", nothing_to_set_up, tick<4, 1>),    row("dhcp_probe", nothing_to_set_up, tick<5, 5>),
+    row("dhcpr", dhcpr_task_init, dhcpr_task_entry),    row("dhcpc", dhcpc_task_init, dhcpc_task_entry),
+    row("snoop", snoop_task_init, snoop_task_entry),    row("dhcps", dhcps_task_init, dhcps_task_entry),
+    row("dhcp6c", dhcp6c_task_init, dhcp6c_task_entry), row("dhcp_probe", nothing_to_set_up, tick<5, 5>),
 };
 
 }  // namespace

@@ -58,6 +58,12 @@ class Message6 {
   bool cut_;
 };
 
+/// Begins a client's or server's message of that type; its options come behind these four bytes.
+inline void begin_message6(std::span<uint8_t> message, MessageType6 type, uint32_t transaction_id) {
+  message[dhcp6::msg_type.offset] = static_cast<uint8_t>(type);
+  store_be24(&message[dhcp6::transaction_id.offset], transaction_id);
+}
+
 /// A RELAY-FORW or RELAY-REPL of at least a header's 34 bytes; the type is not looked at.
 class RelayMessage6 {
  public:

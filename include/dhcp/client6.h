@@ -95,6 +95,8 @@ DHCP_API int dhcp6c_send_select(struct Dhcp6cInterfaceNode* node);
 /** RENEW (`rebind` 0) or REBIND. */
 DHCP_API int dhcp6c_send_renew(struct Dhcp6cInterfaceNode* node, int rebind);
 DHCP_API int dhcp6c_send_release(struct Dhcp6cInterfaceNode* node);
+/** Puts the headers around the message that stands at byte 66 of `frame` (room for 1024 bytes) and floods it. */
+DHCP_API int dhcp6c_send_packet(const struct Dhcp6cInterfaceNode* node, uint8_t* frame, int message_size);
 /** Appends the option request (RFC 8415 section 21.7) at `offset` of a message's options; the new offset, or -1. */
 DHCP_API int dhcp6c_add_client_options(uint8_t* message, int offset);
 /** Text for the logs; `text` has room for 46 and 18 characters. Returns `text`. */

@@ -74,6 +74,7 @@ class Device {
   // Answers of the neighbours: IP source guard, ARP module.
   int source_guard_answer = 0, arp_check_answer = 0, fixed_arp_answer = 0;
   std::set<uint32_t> ports_without_arp_check;
+  int ip6_answer = 0;  // to an address for a VLAN interface
 
   // What the module did.
   std::vector<LogLine> log() const { return locked(log_); }

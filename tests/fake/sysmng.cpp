@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "platform/text.h"
 #include "tests/fake/device.h"
 
 int sysmng_vlan_is_mng_vlan(uint32_t vlan) { return fake::device().vlan_interfaces.count(vlan) != 0 ? 1 : 0; }
@@ -45,6 +46,17 @@ int get_mac_aging_time(uint32_t* seconds) {
 int get_dev_mac(const char*, uint8_t mac[6]) {
   memcpy(mac, fake::Device::default_mac.data(), 6);
   return 0;
+}
+
+int sysmng_get_mac(char text[18]) {
+  onu_mac2str(fake::Device::default_mac.data(), text);
+  return 0;
+}
+
+int sysmng_vlan_static_ip6addr(uint32_t vlan, const char* addr_slash_len, int on) {
+  const std::string address = addr_slash_len == nullptr ? "none" : addr_slash_len;
+  fake::device().call("ip6(" + std::to_string(vlan) + ", " + address + ", " + std::to_string(on) + ")");
+  return fake::device().ip6_answer;
 }
 
 int get_vlan_valid(uint32_t vlan, int kind) {

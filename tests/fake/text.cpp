@@ -13,6 +13,11 @@ char* onu_mac2str(const uint8_t mac[6], char text[18]) {
   return text;
 }
 
+int onu_str2mac(const char* text, uint8_t mac[6]) {
+  return sscanf(text, "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]) == 6 ? 0
+                                                                                                                  : -1;
+}
+
 const char* str_enable(int on) { return on != 0 ? "enable" : "disable"; }
 
 const char* str_intf_id(uint32_t intf) {
