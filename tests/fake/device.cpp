@@ -17,6 +17,7 @@
 #include "base/os.h"
 #include "platform/log.h"
 #include "platform/security.h"
+#include "tests/fake/neighbour6.h"
 
 namespace fake {
 
@@ -39,6 +40,7 @@ int make_socket(int domain, int type, int protocol) {
     errno = EMFILE;
     return -1;
   }
+  if (domain == AF_INET6 && protocol == IPPROTO_ICMPV6) return icmp6_socket();
   // A raw socket needs rights that a test has no use for.
   return domain == AF_PACKET ? ::socket(AF_UNIX, SOCK_DGRAM, 0) : ::socket(domain, type, protocol);
 }
@@ -85,6 +87,7 @@ void reset() {
   current = std::make_unique<Device>();
   std::fill_n(arpr_cfg, arp_record_size, uint8_t{0});
   dhcp::base::os = {[] { return current->now.load(); }, sleep_us, query_interface, make_socket};
+  dhcp::base::os.send_to = send_to_neighbour;
 }
 
 int Device::logged(const std::string& text, const std::string& name) const {
@@ -104,6 +107,11 @@ int Device::logged_at(const std::string& text, const std::string& name) const {
 std::vector<Sent> Device::take_sent() {
   const std::lock_guard lock(mutex_);
   return std::exchange(sent_, {});
+}
+
+std::vector<std::vector<uint8_t>> Device::take_solicitations() {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(solicitations_, {});
 }
 
 std::vector<std::string> Device::take_neighbour_calls() {

@@ -75,6 +75,9 @@ class Device {
   int source_guard_answer = 0, arp_check_answer = 0, fixed_arp_answer = 0;
   std::set<uint32_t> ports_without_arp_check;
   int ip6_answer = 0;  // to an address for a VLAN interface
+  // IPv6 neighbours: who answers a solicitation, and what others say before.
+  std::map<std::array<uint8_t, 16>, Mac> neighbours6;
+  std::vector<std::vector<uint8_t>> icmp6_before;
 
   // What the module did.
   std::vector<LogLine> log() const { return locked(log_); }
@@ -93,6 +96,8 @@ class Device {
     return released_.size();
   }
   std::map<std::pair<uint32_t, uint32_t>, adp_fp_entity> rules() const { return locked(rules_); }
+  /// Solicitations sent, as they left.
+  std::vector<std::vector<uint8_t>> take_solicitations();
   std::vector<std::string> task_events() const { return locked(task_events_); }
   uint32_t slept_ms() const { return slept_ms_.load(); }
   /// Where temporary files of this test lie; made when first asked for.
@@ -116,6 +121,7 @@ class Device {
   std::vector<std::pair<std::string, std::string>> traces_;
   std::vector<std::string> calls_, neighbour_calls_, task_events_;
   std::vector<Sent> sent_;
+  std::vector<std::vector<uint8_t>> solicitations_;
   std::vector<const skpack*> released_;
   std::map<std::pair<uint32_t, uint32_t>, adp_fp_entity> rules_;
   std::atomic<uint32_t> slept_ms_{0};

@@ -3,6 +3,7 @@
 
 #include <type_traits>
 
+#include "dhcp/relay6.h"
 #include "dhcp/server.h"
 #include "platform/adp.h"
 #include "platform/queue.h"
@@ -20,6 +21,8 @@ static_assert(sized_on_device<DhcpEvent>(32));
 static_assert(sized_on_device<skpack>(52));
 static_assert(sized_on_device<DhcpBinding>(64));
 static_assert(sized_on_device<DhcpServerList>(16));
+static_assert(sized_on_device<Dhcp6InfoNode>(36));
+static_assert(sized_on_device<Dhcp6ServerNode>(44));
 
 // Lists are walked by their links, so these must stand first.
 static_assert(offsetof(DhcpPool, link) == 0 && offsetof(DhcpBinding, link) == 0);
