@@ -27,9 +27,7 @@ class Relay6Bench : public DeviceBench {
   static int add(const char* destination, uint32_t out_intf = 0) {
     return dhcp6_relay_set_dhcp_serverip(1, ip6(destination).data(), out_intf);
   }
-  static int remove(const char* destination) {
-    return dhcp6_relay_set_dhcp_serverip(0, ip6(destination).data(), 0);
-  }
+  static int remove(const char* destination) { return dhcp6_relay_set_dhcp_serverip(0, ip6(destination).data(), 0); }
   static std::vector<Dhcp6RelayDestination> listed();
   /// State, MAC and VLAN of each destination: "valid 02:bb:... 20".
   static std::vector<std::string> states();
