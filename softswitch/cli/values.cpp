@@ -41,7 +41,8 @@ constexpr Placeholder placeholders[] = {
     {"SERVER", Kind::address, 0, 0, "address of a server, at most 8"},
     {"MASK", Kind::mask, 0, 0, "network mask"},
     {"MAC", Kind::mac, 0, 0, "hardware address"},
-    {"PREFIX", Kind::address6, 0, 0, "IPv6 address and prefix length"},
+    {"ADDRESS6", Kind::address6, 0, 0, "IPv6 address"},
+    {"PREFIX", Kind::prefix6, 0, 0, "IPv6 address and prefix length"},
     {"HEX", Kind::hex, 1, max_option_bytes, "value bytes, two hexadecimal digits each"},
     {"IFNAME", Kind::word, 1, 15, "name of a network interface"},
     {"NAME", Kind::word, 1, 63, "host name: letters, digits, '-', '_', '.'"},
@@ -107,11 +108,15 @@ Refused mac(std::string_view text, Value& out) {
   return {};
 }
 
-Refused address6(std::string_view text, Value&) {
+Refused address6(std::string_view text, Value& out) {
+  if (inet_pton(AF_INET6, std::string(text).c_str(), out.ip6.data()) != 1) return "not an IPv6 address";
+  return {};
+}
+
+Refused prefix6(std::string_view text, Value& out) {
   const size_t slash = text.find('/');
   if (slash == std::string_view::npos) return "the prefix length is missing; write it as 2001:db8::1/64";
-  in6_addr parsed{};
-  if (inet_pton(AF_INET6, std::string(text.substr(0, slash)).c_str(), &parsed) != 1) return "not an IPv6 address";
+  if (auto bad = address6(text.substr(0, slash), out)) return bad;
   uint32_t length = 0;
   return whole_number(text.substr(slash + 1), 1, 128, "the prefix length", length);
 }
@@ -185,7 +190,8 @@ std::string shape_of(const Placeholder& place) {
     case Kind::address:
     case Kind::mask: return "A.B.C.D";
     case Kind::mac: return "H:H:H:H:H:H";
-    case Kind::address6: return "X:X::X/L";
+    case Kind::address6: return "X:X::X";
+    case Kind::prefix6: return "X:X::X/L";
     case Kind::vlan_list: return "LIST";
     case Kind::hex: return "HEX";
     case Kind::word: return "WORD";
@@ -205,6 +211,7 @@ std::optional<std::string> parse_value(const Placeholder& place, std::string_vie
     case Kind::mask: return mask(text, out);
     case Kind::mac: return mac(text, out);
     case Kind::address6: return address6(text, out);
+    case Kind::prefix6: return prefix6(text, out);
     case Kind::vlan_list: return vlan_list(text, out);
     case Kind::hex: return hex(place, text, out);
     case Kind::lease: return lease(text, out);
@@ -218,6 +225,12 @@ std::string dotted(uint32_t address) {
   const in_addr network{htonl(address)};
   char text[INET_ADDRSTRLEN] = "";
   inet_ntop(AF_INET, &network, text, sizeof text);
+  return text;
+}
+
+std::string ip6_text(const uint8_t* address) {
+  char text[INET6_ADDRSTRLEN] = "";
+  inet_ntop(AF_INET6, address, text, sizeof text);
   return text;
 }
 

@@ -27,7 +27,7 @@ std::vector<Word> split_words(std::string_view line);
 bool same_word(std::string_view a, std::string_view b);            // letter case does not matter
 bool begins_with(std::string_view word, std::string_view prefix);  // likewise
 
-enum class Kind { number, port, address, mask, mac, address6, vlan_list, hex, lease, word, text };
+enum class Kind { number, port, address, mask, mac, address6, prefix6, vlan_list, hex, lease, word, text };
 
 /// A place for a value in a command, known by a name in capitals ("VLAN"); names stand in command forms.
 struct Placeholder {
@@ -49,6 +49,7 @@ struct Value {
   std::string text;
   uint32_t number = 0;  // number, port; address and mask in host order; lease (a signed number, cast)
   std::array<uint8_t, 6> mac{};
+  std::array<uint8_t, 16> ip6{};  // as on the wire
   std::vector<uint8_t> bytes;   // hex
   std::vector<uint16_t> vlans;  // ascending; "all" = empty
 };
@@ -57,6 +58,7 @@ struct Value {
 std::optional<std::string> parse_value(const Placeholder& place, std::string_view text, Value& out);
 
 std::string dotted(uint32_t address);                            // of a host-order number
+std::string ip6_text(const uint8_t* address);                    // of sixteen bytes
 std::string vlan_list_text(const std::vector<uint16_t>& vlans);  // "5-7,10"; "all" when empty
 
 }  // namespace dhcp::softswitch::cli
