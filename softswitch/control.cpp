@@ -8,6 +8,7 @@
 
 #include "platform/text.h"
 #include "softswitch/fabric.h"
+#include "softswitch/follow_bindings.h"
 #include "softswitch/running_tasks.h"
 #include "softswitch/vlan_interfaces.h"
 
@@ -79,6 +80,11 @@ class Control : public SwitchControl {
   Refusal set_source_guard(uint32_t port, bool on) override {
     return change_guard(port, &PortConfig::source_guard, &Guard::set_source_guard, on);
   }
+  Refusal set_source_guard6(uint32_t port, bool on) override {
+    Refusal why = change_guard(port, &PortConfig::source_guard6, &Guard::set_source_guard6, on);
+    take_bound_hosts();
+    return why;
+  }
   Refusal set_arp_check(uint32_t port, bool on) override {
     return change_guard(port, &PortConfig::arp_check, &Guard::set_arp_check, on);
   }
@@ -95,6 +101,11 @@ class Control : public SwitchControl {
   void forget_hosts(HostList list) override {
     fabric().with([=](FabricState& s) { s.guard.hosts(list).clear(); });
   }
+
+  std::vector<KnownHost6> hosts6() const override {
+    return fabric().with([](FabricState& s) { return s.guard.hosts6().rows(); });
+  }
+  void take_bound_hosts() override { softswitch::take_bound_hosts(); }
 
   Refusal create_vlan(uint16_t vlan) override {
     if (Refusal why = check_vlan(vlan)) return why;

@@ -26,8 +26,9 @@ struct PortConfig {
   uint16_t native_vlan = 1;       // of a trunk
   std::vector<uint16_t> allowed;  // of a trunk, ascending; empty = all
   std::string description;
-  bool source_guard = false;  // IPv4 frames of known hosts only
-  bool arp_check = false;     // ARP of known hosts only
+  bool source_guard = false;   // IPv4 frames of known hosts only
+  bool source_guard6 = false;  // IPv6 frames of known hosts only
+  bool arp_check = false;      // ARP of known hosts only
 };
 
 struct PortCounters {
@@ -70,18 +71,26 @@ struct KnownHost {
   int32_t lease = 0;  // seconds, as told
   int type = 0;       // who told; 2 = DHCP snooping
 };
+/// The same with an IPv6 address.
+struct KnownHost6 {
+  uint32_t intf = 0;
+  uint16_t vlan = 0;
+  std::array<uint8_t, 6> mac{};
+  std::array<uint8_t, 16> ip6{};
+  int32_t lease = 0;  // seconds
+};
 enum class HostList { source_guard, arp_check, fixed_arp, igmp };
 
 /// What a guard found wrong with a frame.
 enum class GuardDrop {
-  malformed,     // too short, or not IPv4 at all
+  malformed,     // too short, or not what its type says
   unknown,       // nobody is known to have the address on this port
   other_mac,     // somebody else has it
   other_vlan,    // this host has it, in another VLAN
   other_sender,  // ARP alone: it speaks for a host other than the one that sent the frame
 };
 inline constexpr size_t guard_drops = 5;
-enum class GuardKind { source, arp };
+enum class GuardKind { source, source6, arp };
 
 /// Frames that the guards of a port have judged.
 struct GuardCounters {
@@ -89,9 +98,9 @@ struct GuardCounters {
     uint64_t passed = 0;
     std::array<uint64_t, guard_drops> dropped{};  // by GuardDrop
   };
-  Counts source, arp;
-  Counts& of(GuardKind kind) { return kind == GuardKind::source ? source : arp; }
-  const Counts& of(GuardKind kind) const { return kind == GuardKind::source ? source : arp; }
+  std::array<Counts, 3> kinds;  // by GuardKind
+  Counts& of(GuardKind kind) { return kinds[static_cast<size_t>(kind)]; }
+  const Counts& of(GuardKind kind) const { return kinds[static_cast<size_t>(kind)]; }
 };
 
 struct TaskRow {
@@ -113,12 +122,17 @@ class SwitchControl {
   virtual PortStatus port(uint32_t port) const = 0;
 
   virtual Refusal set_source_guard(uint32_t port, bool on) = 0;
+  virtual Refusal set_source_guard6(uint32_t port, bool on) = 0;
   /// Taking it off forgets what the ARP-check list holds for the port.
   virtual Refusal set_arp_check(uint32_t port, bool on) = 0;
   virtual GuardCounters guard_counters(uint32_t port) const = 0;
   virtual void clear_guard_counters(GuardKind kind) = 0;
   virtual std::vector<KnownHost> hosts(HostList list) const = 0;  // by interface, VLAN, address
   virtual void forget_hosts(HostList list) = 0;
+  /// IPv6 source guard's hosts, by interface and address. There are none as long as no port is guarded.
+  virtual std::vector<KnownHost6> hosts6() const = 0;
+  /// Has IPv6 source guard look at the module's bindings again; for whoever has changed them.
+  virtual void take_bound_hosts() = 0;
 
   virtual Refusal create_vlan(uint16_t vlan) = 0;  // VLANs also come into being with the first port or interface
   virtual Refusal delete_vlan(uint16_t vlan) = 0;

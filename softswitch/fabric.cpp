@@ -198,7 +198,7 @@ Fabric::Progress Fabric::receive(uint32_t port, const RingFrame& in, bool hold) 
     return Progress::done;
   }
   const uint8_t* const source = in.data + mac_size;
-  if (!arrival.for_module() && !state_.guard.admits(port, frame->vlan(), source, frame->rest, arrival.map.udp_to)) {
+  if (!arrival.for_module() && !state_.guard.admits(port, frame->vlan(), source, frame->rest, arrival.map)) {
     return Progress::done;  // and nothing is learnt from a liar
   }
   state_.bridge.macs.learn(frame->vlan(), source, port, static_cast<uint32_t>(now_ms_ / 1000));

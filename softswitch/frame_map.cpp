@@ -60,6 +60,7 @@ void map_ip6(std::span<const uint8_t> frame, FrameMap& map) {
   map.protocol = next;
   map.l4 = map.l3 + at;
   if (map.sound) map.end = map.l3 + ip6_size + payload;
+  if (map.protocol == protocol_icmp6 && map.l4 < frame.size()) map.icmp6 = frame[map.l4];
   map_udp(frame, map);
 }
 

@@ -19,6 +19,7 @@ struct FrameMap {
   uint32_t l4 = 0;       // transport header, 0 = none is to be seen
   uint32_t end = 0;      // end of the IP packet by its own length, padding excluded; only when sound
   uint16_t udp_to = 0;   // UDP destination port, 0 = none
+  uint8_t icmp6 = 0;     // ICMPv6 message type, 0 = none
 };
 
 /// Reads as far as the frame goes. The UDP port is also found in frames that are not sound: a frame cut short or

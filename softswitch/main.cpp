@@ -1,5 +1,6 @@
 /// The soft switch: a device in one process, with the module in it.
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <string>
@@ -8,9 +9,11 @@
 #include "dhcp/module.h"
 #include "softswitch/background.h"
 #include "softswitch/cli/reference.h"
+#include "softswitch/cli/snooping_family.h"
 #include "softswitch/command_line.h"
 #include "softswitch/control.h"
 #include "softswitch/fabric.h"
+#include "softswitch/follow_bindings.h"
 #include "softswitch/log.h"
 #include "softswitch/options.h"
 #include "softswitch/state.h"
@@ -53,6 +56,21 @@ sigset_t block_end_signals() {
   return ends;
 }
 
+std::vector<KnownHost6> bound_hosts() {
+  using cli::Snooping6;
+  std::vector<KnownHost6> hosts;
+  for (const Dhcp6SnoopBinding& binding : cli::all_bindings<Snooping6>()) {
+    if (binding.state == 0 || !Snooping6::has_address(binding)) continue;
+    KnownHost6& host = hosts.emplace_back();
+    host.intf = binding.intf;
+    host.vlan = static_cast<uint16_t>(binding.vlan);
+    std::copy_n(binding.mac, host.mac.size(), host.mac.begin());
+    std::copy_n(binding.ip6, host.ip6.size(), host.ip6.begin());
+    host.lease = binding.lease;
+  }
+  return hosts;
+}
+
 /// Everything from the CPU's interfaces to the command line; what was started is ended in the opposite order.
 bool run(const Options& options, Background& background) {
   const sigset_t ends = block_end_signals();
@@ -63,6 +81,7 @@ bool run(const Options& options, Background& background) {
   const Watch watch;
   RunningModule module;
   if (!module.start()) return failed("the module does not start");
+  const FollowBindings follow(bound_hosts);
   await_saved_bindings();
   std::string error;
   if (!load_configuration(options.config, error)) return failed(error);

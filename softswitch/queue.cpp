@@ -7,6 +7,7 @@
 
 #include "softswitch/event_queue.h"
 #include "softswitch/fabric.h"
+#include "softswitch/follow_bindings.h"
 #include "softswitch/queue_thread.h"
 
 using namespace dhcp::softswitch;
@@ -51,10 +52,14 @@ equeue_t* equeue_make_extend(const char* /*name*/, int entries, int /*arg*/, uin
 
 int equeue_recv(equeue_t* queue, DhcpEvent* out, int wait) {
   drains = true;
-  if (queue->ring.take(*out)) return 1;
-  const Pin pin(queue);
-  if (queue->closed) return -1;
-  const int got = fabric().serve(queue->ring, *out, wait != 0, queue->closed);
+  note_handled();
+  int got = 1;
+  if (!queue->ring.take(*out)) {
+    const Pin pin(queue);
+    if (queue->closed) return -1;
+    got = fabric().serve(queue->ring, *out, wait != 0, queue->closed);
+  }
+  if (got == 1) note_taken(*out);
   return got;
 }
 

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "dhcp/snooping.h"
+#include "dhcp/snooping6.h"
 #include "softswitch/log.h"
 
 namespace dhcp::softswitch {
@@ -14,7 +15,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* file_name = "dhcp_snoop_table.ini";
+struct BindingFile {
+  const char* name;
+  int (*set_path)(const char* path, const char* temporary);
+  int (*get)(DhcpSnoopDatabase* out);
+};
+constexpr BindingFile files[] = {
+    {"dhcp_snoop_table.ini", dhcp_snoop_set_database_path, dhcp_snoop_get_database},
+    {"dhcp6_snoop_table.ini", dhcp6_snoop_set_database_path, dhcp6_snoop_get_database},
+};
 constexpr auto patience = std::chrono::seconds(3);
 constexpr auto look = std::chrono::milliseconds(10);
 
@@ -39,21 +48,26 @@ Refusal keep_state_in(const std::string& directory) {
     return std::nullopt;
   }
   std::error_code error;
-  const fs::path path = fs::absolute(directory, error) / file_name;
+  const fs::path place = fs::absolute(directory, error);
   if (error) return directory + ": " + error.message();
-  if (Refusal why = make_directory(path.parent_path())) return why;
-  if (dhcp_snoop_set_database_path(path.c_str(), (path.string() + ".new").c_str()) == 0) return std::nullopt;
-  return directory + ": the path is too long";
+  if (Refusal why = make_directory(place)) return why;
+  for (const BindingFile& file : files) {
+    const std::string path = (place / file.name).string();
+    if (file.set_path(path.c_str(), (path + ".new").c_str()) != 0) return directory + ": the path is too long";
+  }
+  return std::nullopt;
 }
 
 void await_saved_bindings() {
-  DhcpSnoopDatabase file{};
-  dhcp_snoop_get_database(&file);
-  if (access(file.path, R_OK) != 0) return;
   const auto end = std::chrono::steady_clock::now() + patience;
-  while (file.last_read == 0 && std::chrono::steady_clock::now() < end) {
-    std::this_thread::sleep_for(look);
-    dhcp_snoop_get_database(&file);
+  for (const BindingFile& file : files) {
+    DhcpSnoopDatabase state{};
+    file.get(&state);
+    if (access(state.path, R_OK) != 0) continue;
+    while (state.last_read == 0 && std::chrono::steady_clock::now() < end) {
+      std::this_thread::sleep_for(look);
+      file.get(&state);
+    }
   }
 }
 

@@ -1,4 +1,4 @@
-/// What outlives the switch: the directory of the file in which the module keeps its bindings.
+/// What outlives the switch: the directory of the files in which the module keeps its bindings.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace dhcp::softswitch {
 
-/// Before the module starts: has the module keep its file in `directory`, which is made if need be; "" = in the
+/// Before the module starts: has the module keep its files in `directory`, which is made if need be; "" = in the
 /// device's own places. A directory that cannot be had is refused only when it was asked for.
 Refusal keep_state_in(const std::string& directory);
 

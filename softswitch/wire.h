@@ -20,7 +20,7 @@ inline constexpr uint16_t type_ipv4 = 0x0800, type_arp = 0x0806, type_tag = 0x81
 /// Whether another VLAN tag begins with this type (IEEE 802.1Q and 802.1ad, and what came before them).
 inline constexpr bool is_tag_type(uint16_t type) { return type == type_tag || type == 0x88a8 || type == 0x9100; }
 inline constexpr uint16_t arp_request = 1, arp_answer = 2;
-inline constexpr uint8_t protocol_tcp = 6, protocol_udp = 17;
+inline constexpr uint8_t protocol_tcp = 6, protocol_udp = 17, protocol_icmp6 = 58;
 inline constexpr uint32_t mac_size = 6, tag_size = 4, ether_size = 14;
 inline constexpr uint32_t tagged_size = ether_size + tag_size;  // where layer 3 begins behind one tag
 

@@ -1,4 +1,4 @@
-/// IP source guard, ARP checking and the hosts of IGMP snooping: switches, readouts, clearing.
+/// IP source guard for IPv4 and IPv6, ARP checking and the hosts of IGMP snooping: switches, readouts, clearing.
 #include "dhcp/snooping.h"
 #include "platform/text.h"
 #include "softswitch/cli/session.h"
@@ -8,9 +8,9 @@ namespace {
 
 // --- Switches
 
-template <bool on>
+template <Refusal (SwitchControl::*set)(uint32_t, bool), bool on>
 Outcome source_guard(Session& session, const Args&) {
-  return outcome(switch_control().set_source_guard(session.target(), on));
+  return outcome((switch_control().*set)(session.target(), on));
 }
 
 /// The list takes entries of checked ports only, so the port is marked before snooping is asked for its clients.
@@ -55,28 +55,41 @@ void say_counters(Session& session, GuardKind kind, bool PortConfig::*on) {
   session.say(table.text());
 }
 
-std::string mac_text(const KnownHost& host) {
+template <class Host>
+std::string mac_text(const Host& host) {
   char text[18];
   return onu_mac2str(host.mac.data(), text);
 }
+std::string address_text(const KnownHost& host) { return dotted(host.ip); }
+std::string address_text(const KnownHost6& host) { return ip6_text(host.ip6.data()); }
 
 /// Hosts with their VLAN and lease; those on ports for which `shown` says no are left out.
-template <class Shown>
-void say_hosts(Session& session, HostList list, Shown shown) {
-  TextTable table({{"Port"}, {"IP address"}, {"MAC address"}, {"VLAN", Align::right}, {"Lease, s", Align::right}});
-  for (const KnownHost& host : switch_control().hosts(list)) {
-    if (!shown(host)) continue;
-    table.add({str_intf_id(host.intf), dotted(host.ip), mac_text(host), std::to_string(host.vlan),
+template <class Host, class Shown>
+void say_hosts(Session& session, const char* address_title, const std::vector<Host>& hosts, Shown shown) {
+  TextTable table({{"Port"}, {address_title}, {"MAC address"}, {"VLAN", Align::right}, {"Lease, s", Align::right}});
+  for (const Host& host : hosts) {
+    if (!shown(host.intf)) continue;
+    table.add({str_intf_id(host.intf), address_text(host), mac_text(host), std::to_string(host.vlan),
                std::to_string(host.lease)});
   }
   session.say(table.text());
 }
 
+bool on_port(uint32_t intf, bool PortConfig::*guarded) { return switch_control().port(intf).config.*guarded; }
+
 Outcome show_source_guard(Session& session, const Args&) {
   say_counters(session, GuardKind::source, &PortConfig::source_guard);
   session.say("\n");
-  say_hosts(session, HostList::source_guard,
-            [](const KnownHost& host) { return switch_control().port(host.intf).config.source_guard; });
+  say_hosts(session, "IP address", switch_control().hosts(HostList::source_guard),
+            [](uint32_t intf) { return on_port(intf, &PortConfig::source_guard); });
+  return {};
+}
+
+Outcome show_source_guard6(Session& session, const Args&) {
+  say_counters(session, GuardKind::source6, &PortConfig::source_guard6);
+  session.say("\n");
+  say_hosts(session, "IPv6 address", switch_control().hosts6(),
+            [](uint32_t intf) { return on_port(intf, &PortConfig::source_guard6); });
   return {};
 }
 
@@ -98,7 +111,7 @@ Outcome show_arp_check(Session& session, const Args&) {
 Outcome show_igmp_hosts(Session& session, const Args&) {
   switch_control().forget_hosts(HostList::igmp);
   dhcp_snooping_snyc_add_to_igsp();
-  say_hosts(session, HostList::igmp, [](const KnownHost&) { return true; });
+  say_hosts(session, "IP address", switch_control().hosts(HostList::igmp), [](uint32_t) { return true; });
   return {};
 }
 
@@ -123,18 +136,26 @@ constexpr Modes port = in(Mode::port);
 constexpr Command rows[] = {
     {exec, "show ip verify source", "Guarded ports, the hosts that may send, and what was dropped", show_source_guard,
      "show ip verify source"},
+    {exec, "show ipv6 verify source", "Guarded ports, the hosts that may send IPv6, and what was dropped",
+     show_source_guard6, "show ipv6 verify source"},
     {exec, "show ip arp inspection", "Checked ports, the hosts that may speak for themselves, and what was dropped",
      show_arp_check, "show ip arp inspection"},
     {exec, "show ip igmp snooping hosts", "Hosts that IGMP snooping is told of", show_igmp_hosts,
      "show ip igmp snooping hosts"},
     {exec, "clear ip verify source statistics", "Begin counting again", clear_counters<GuardKind::source>,
      "clear ip verify source statistics"},
+    {exec, "clear ipv6 verify source statistics", "Begin counting again", clear_counters<GuardKind::source6>,
+     "clear ipv6 verify source statistics"},
     {exec, "clear ip arp inspection statistics", "Begin counting again", clear_counters<GuardKind::arp>,
      "clear ip arp inspection statistics"},
     {exec, "clear ip arp inspection entries", "Forget hosts whose binding has gone", clear_arp_entries,
      "clear ip arp inspection entries"},
-    {port, "ip verify source", "Drop IPv4 frames but those of clients bound to this port", source_guard<true>,
-     "ip verify source", "ip verify source", source_guard<false>},
+    {port, "ip verify source", "Drop IPv4 frames but those of clients bound to this port",
+     source_guard<&SwitchControl::set_source_guard, true>, "ip verify source", "ip verify source",
+     source_guard<&SwitchControl::set_source_guard, false>},
+    {port, "ipv6 verify source", "Drop IPv6 frames but those of clients bound to this port",
+     source_guard<&SwitchControl::set_source_guard6, true>, "ipv6 verify source", "ipv6 verify source",
+     source_guard<&SwitchControl::set_source_guard6, false>},
     {port, "ip arp inspection", "Drop ARP but that of clients bound to this port", arp_check_on, "ip arp inspection",
      "ip arp inspection", arp_check_off},
 };

@@ -6,6 +6,7 @@
 
 #include "dhcp/server.h"
 #include "dhcp/snooping.h"
+#include "dhcp/snooping6.h"
 #include "softswitch/cli/output.h"
 #include "softswitch/cli/settings.h"
 #include "softswitch/cli/words.h"
@@ -38,6 +39,7 @@ std::string port_lines(const PortConfig& port) {
   if (port.mode == PortMode::trunk) text += " switchport trunk allowed vlan " + vlan_list_text(port.allowed) + "\n";
   if (port.native_vlan != default_vlan) text += format(" switchport trunk native vlan %u\n", port.native_vlan);
   if (port.source_guard) text += " ip verify source\n";
+  if (port.source_guard6) text += " ipv6 verify source\n";
   if (port.arp_check) text += " ip arp inspection\n";
   if (text.empty()) return text;
   return format("interface gigabitethernet %u\n", port.port) + text + separator;
@@ -76,7 +78,8 @@ std::string running_config() {
   std::string text = separator + global_lines(device) + separator;
   for (uint32_t port = 1; port <= device.port_count(); ++port) text += port_lines(device.port(port).config);
   for (const VlanInterface& row : device.vlan_interfaces()) text += vlan_interface_lines(row);
-  return text + module_lines(onu_dhcp_server_save) + module_lines(onu_dhcp_snoop_save) + "end\n";
+  return text + module_lines(onu_dhcp_server_save) + module_lines(onu_dhcp_snoop_save) +
+         module_lines(onu_dhcp6_snoop_save) + "end\n";
 }
 
 std::optional<std::string> read_file(const std::string& path) {

@@ -1,85 +1,104 @@
 /// Clearing what snooping knows: bindings by any combination of address, MAC, VLAN and port, and counters.
-#include "dhcp/snooping.h"
+#include <utility>
+
 #include "softswitch/cli/session.h"
+#include "softswitch/cli/snooping_family.h"
 
 namespace dhcp::softswitch::cli {
 namespace {
 
 enum Key : unsigned { none = 0, ip = 1, mac = 2, vlan = 4, intf = 8 };
 
+/// What counts, by the module's number for it. Two numbers have the port alone; the second leaves static clients be.
+constexpr unsigned keys_of[] = {none,
+                                ip,
+                                ip | mac,
+                                ip | mac | intf,
+                                ip | mac | vlan,
+                                ip | mac | vlan | intf,
+                                ip | intf,
+                                ip | vlan,
+                                ip | vlan | intf,
+                                mac,
+                                mac | intf,
+                                mac | vlan,
+                                mac | vlan | intf,
+                                intf,
+                                intf,
+                                vlan,
+                                vlan | intf};
+constexpr size_t all = 0, first_with_keys = 1, dynamic_of_port = 14, first_behind_it = 15;
+
 /// The values stand in the order of the keys.
-template <int type, unsigned keys>
+template <class Family, size_t type>
 Outcome clear(Session&, const Args& args) {
+  static const Value no_value;
   size_t next = 0;
-  const auto take = [&](Key key) -> const Value* { return (keys & key) != 0 ? &args[next++] : nullptr; };
-  const Value* const by_ip = take(ip);
-  const Value* const by_mac = take(mac);
-  const Value* const by_vlan = take(vlan);
-  const Value* const by_intf = take(intf);
-  const auto number = [](const Value* value) { return value == nullptr ? 0 : value->number; };
-  dhcp_snooping_binding_clear(type, number(by_ip), by_mac == nullptr ? nullptr : by_mac->mac.data(),
-                              static_cast<int>(number(by_vlan)), number(by_intf));
+  const auto take = [&](Key key) -> const Value& { return (keys_of[type] & key) != 0 ? args[next++] : no_value; };
+  const Value &by_ip = take(ip), &by_mac = take(mac), &by_vlan = take(vlan), &by_intf = take(intf);
+  Family::clear(static_cast<int>(type), by_ip, by_mac.mac.data(), static_cast<int>(by_vlan.number), by_intf.number);
+  Family::changed();
   return {};
 }
 
-Outcome clear_statistics(Session&, const Args&) {
-  dhcp_snooping_statistics_clear(0);
-  return {};
-}
-Outcome clear_port_statistics(Session&, const Args& args) {
-  dhcp_snooping_statistics_clear(args[0].number);
+template <class Family>
+Outcome clear_statistics(Session&, const Args& args) {
+  Family::clear_statistics(args.empty() ? 0 : args[0].number);
   return {};
 }
 
 constexpr Modes exec = in(Mode::exec);
+constexpr std::string_view likewise = "Likewise", agreeing = "Forget clients that agree with all that is named";
 
-constexpr Command rows[] = {
-    {exec, "clear ip dhcp snooping binding *", "Forget every client, static ones too", clear<0, none>,
-     "clear ip dhcp snooping binding *"},
-    {exec, "clear ip dhcp snooping binding ip ADDRESS", "Forget clients that agree with all that is named",
-     clear<1, ip>, "clear ip dhcp snooping binding ip 192.168.10.20"},
-    {exec, "clear ip dhcp snooping binding ip ADDRESS mac MAC", "Likewise", clear<2, ip | mac>,
-     "clear ip dhcp snooping binding ip 192.168.10.20 mac 02:00:00:00:00:51"},
-    {exec, "clear ip dhcp snooping binding ip ADDRESS mac MAC interface gigabitethernet PORT", "Likewise",
-     clear<3, ip | mac | intf>,
-     "clear ip dhcp snooping binding ip 192.168.10.20 mac 02:00:00:00:00:51 interface gigabitethernet 1"},
-    {exec, "clear ip dhcp snooping binding ip ADDRESS mac MAC vlan VLAN", "Likewise", clear<4, ip | mac | vlan>,
-     "clear ip dhcp snooping binding ip 192.168.10.20 mac 02:00:00:00:00:51 vlan 10"},
-    {exec, "clear ip dhcp snooping binding ip ADDRESS mac MAC vlan VLAN interface gigabitethernet PORT", "Likewise",
-     clear<5, ip | mac | vlan | intf>,
-     "clear ip dhcp snooping binding ip 192.168.10.20 mac 02:00:00:00:00:51 vlan 10 interface gigabitethernet 1"},
-    {exec, "clear ip dhcp snooping binding ip ADDRESS interface gigabitethernet PORT", "Likewise", clear<6, ip | intf>,
-     "clear ip dhcp snooping binding ip 192.168.10.20 interface gigabitethernet 1"},
-    {exec, "clear ip dhcp snooping binding ip ADDRESS vlan VLAN", "Likewise", clear<7, ip | vlan>,
-     "clear ip dhcp snooping binding ip 192.168.10.20 vlan 10"},
-    {exec, "clear ip dhcp snooping binding ip ADDRESS vlan VLAN interface gigabitethernet PORT", "Likewise",
-     clear<8, ip | vlan | intf>, "clear ip dhcp snooping binding ip 192.168.10.20 vlan 10 interface gigabitethernet 1"},
-    {exec, "clear ip dhcp snooping binding mac MAC", "Likewise", clear<9, mac>,
-     "clear ip dhcp snooping binding mac 02:00:00:00:00:51"},
-    {exec, "clear ip dhcp snooping binding mac MAC interface gigabitethernet PORT", "Likewise", clear<10, mac | intf>,
-     "clear ip dhcp snooping binding mac 02:00:00:00:00:51 interface gigabitethernet 1"},
-    {exec, "clear ip dhcp snooping binding mac MAC vlan VLAN", "Likewise", clear<11, mac | vlan>,
-     "clear ip dhcp snooping binding mac 02:00:00:00:00:51 vlan 10"},
-    {exec, "clear ip dhcp snooping binding mac MAC vlan VLAN interface gigabitethernet PORT", "Likewise",
-     clear<12, mac | vlan | intf>,
-     "clear ip dhcp snooping binding mac 02:00:00:00:00:51 vlan 10 interface gigabitethernet 1"},
-    {exec, "clear ip dhcp snooping binding interface gigabitethernet PORT", "Likewise", clear<13, intf>,
-     "clear ip dhcp snooping binding interface gigabitethernet 1"},
-    {exec, "clear ip dhcp snooping binding dynamic interface gigabitethernet PORT",
-     "Forget the clients of a port, but for static ones", clear<14, intf>,
-     "clear ip dhcp snooping binding dynamic interface gigabitethernet 1"},
-    {exec, "clear ip dhcp snooping binding vlan VLAN", "Forget clients that agree with all that is named",
-     clear<15, vlan>, "clear ip dhcp snooping binding vlan 10"},
-    {exec, "clear ip dhcp snooping binding vlan VLAN interface gigabitethernet PORT", "Likewise",
-     clear<16, vlan | intf>, "clear ip dhcp snooping binding vlan 10 interface gigabitethernet 1"},
-    {exec, "clear ip dhcp snooping statistics", "Begin counting again", clear_statistics,
-     "clear ip dhcp snooping statistics"},
-    {exec, "clear ip dhcp snooping statistics interface gigabitethernet PORT", "Begin counting again on one port",
-     clear_port_statistics, "clear ip dhcp snooping statistics interface gigabitethernet 1"},
-};
+std::string_view help_of(size_t type) {
+  if (type == all) return "Forget every client, static ones too";
+  if (type == dynamic_of_port) return "Forget the clients of a port, but for static ones";
+  return type == first_with_keys || type == first_behind_it ? agreeing : likewise;
+}
+
+/// "clear ip dhcp snooping binding" and what counts, in the order of the keys.
+std::string_view line_of(size_t type, std::string_view by_ip, std::string_view by_mac, std::string_view by_vlan,
+                         std::string_view by_port) {
+  std::string line = "clear % dhcp snooping binding";
+  const auto add = [&](Key key, std::string_view words) {
+    if ((keys_of[type] & key) != 0) line.append(" ").append(words);
+  };
+  if (type == all) line += " *";
+  if (type == dynamic_of_port) line += " dynamic";
+  add(ip, by_ip);
+  add(mac, by_mac);
+  add(vlan, by_vlan);
+  add(intf, by_port);
+  return kept(std::move(line));
+}
+
+template <class Family, size_t type>
+Command row() {
+  return {exec, line_of(type, Family::address_form, "mac MAC", "vlan VLAN", "interface gigabitethernet PORT"),
+          help_of(type), clear<Family, type>,
+          line_of(type, Family::address_example, "mac 02:00:00:00:00:51", "vlan 10", "interface gigabitethernet 1")};
+}
+
+template <class Family, size_t... types>
+std::vector<Command> rows(std::index_sequence<types...>) {
+  return spelt(
+      {row<Family, types>()...,
+       {exec, "clear % dhcp snooping statistics", "Begin counting again", clear_statistics<Family>,
+        "clear % dhcp snooping statistics"},
+       {exec, "clear % dhcp snooping statistics interface gigabitethernet PORT", "Begin counting again on one port",
+        clear_statistics<Family>, "clear % dhcp snooping statistics interface gigabitethernet 1"}},
+      Family::words);
+}
+
+template <class Family>
+std::span<const Command> rows() {
+  static const std::vector<Command> all_rows = rows<Family>(std::make_index_sequence<std::size(keys_of)>());
+  return all_rows;
+}
 
 }  // namespace
 
-std::span<const Command> snooping_clears() { return rows; }
+std::span<const Command> snooping_clears() { return rows<Snooping4>(); }
+std::span<const Command> snooping6_clears() { return rows<Snooping6>(); }
 
 }  // namespace dhcp::softswitch::cli

@@ -1,12 +1,14 @@
 /// What snooping knows and has seen: settings, clients, counters, the file of bindings.
 #include <algorithm>
+#include <array>
 #include <ctime>
+#include <utility>
 
 #include "platform/intf_list.h"
 #include "platform/text.h"
-#include "softswitch/cli/bindings.h"
 #include "softswitch/cli/readout_file.h"
 #include "softswitch/cli/session.h"
+#include "softswitch/cli/snooping_family.h"
 
 namespace dhcp::softswitch::cli {
 namespace {
@@ -42,18 +44,26 @@ Outcome show_snooping(Session& session, const Args&) {
   return {};
 }
 
+/// The module wants to be told where to write this one.
+int write_settings6(char* path, int a, int b) {
+  get_tmp_file_name(0, path, a, b);
+  return show_dhcp6_snoop_conf(path);
+}
+
 // --- Clients
 
-std::string lease_left(const DhcpSnoopBinding& binding) {
+template <class Binding>
+std::string lease_left(const Binding& binding) {
   if (binding.state == 0 || binding.is_static != 0) return "-";
   return std::to_string(int64_t{binding.lease} - binding.age);
 }
 
-std::vector<std::string> binding_cells(const DhcpSnoopBinding& binding) {
+template <class Family>
+std::vector<std::string> binding_cells(const typename Family::Binding& binding) {
   char mac[18];
   const bool bound = binding.state != 0;
   return {onu_mac2str(binding.mac, mac),
-          binding.ip == 0 ? "-" : dotted(binding.ip),
+          Family::address(binding),
           std::to_string(binding.vlan),
           str_intf_id(binding.intf),
           bound ? std::to_string(binding.lease) : "-",
@@ -62,21 +72,21 @@ std::vector<std::string> binding_cells(const DhcpSnoopBinding& binding) {
           bound ? "bound" : "learning"};
 }
 
-template <class Wanted>
+template <class Family, class Wanted>
 Outcome show_bindings(Session& session, Wanted wanted) {
   TextTable table({{"MAC address"},
-                   {"IP address"},
+                   {Family::address_title},
                    {"VLAN", Align::right},
                    {"Port"},
                    {"Lease, s", Align::right},
                    {"Left, s", Align::right},
                    {"Type"},
                    {"State"}});
-  const auto bindings = all_bindings();
+  const auto bindings = all_bindings<Family>();
   size_t shown = 0;
-  for (const DhcpSnoopBinding& binding : bindings) {
+  for (const auto& binding : bindings) {
     if (!wanted(binding)) continue;
-    table.add(binding_cells(binding));
+    table.add(binding_cells<Family>(binding));
     ++shown;
   }
   session.say(table.text());
@@ -84,37 +94,66 @@ Outcome show_bindings(Session& session, Wanted wanted) {
   return {};
 }
 
+template <class Family>
 Outcome show_all(Session& session, const Args&) {
-  return show_bindings(session, [](const DhcpSnoopBinding&) { return true; });
+  return show_bindings<Family>(session, [](const auto&) { return true; });
 }
+template <class Family>
 Outcome show_by_mac(Session& session, const Args& args) {
   const auto& mac = args[0].mac;
-  return show_bindings(session, [&](const DhcpSnoopBinding& b) { return std::equal(mac.begin(), mac.end(), b.mac); });
+  return show_bindings<Family>(session, [&](const auto& b) { return std::equal(mac.begin(), mac.end(), b.mac); });
 }
+template <class Family>
 Outcome show_by_vlan(Session& session, const Args& args) {
   const auto vlan = static_cast<int32_t>(args[0].number);
-  return show_bindings(session, [=](const DhcpSnoopBinding& b) { return b.vlan == vlan; });
+  return show_bindings<Family>(session, [=](const auto& b) { return b.vlan == vlan; });
 }
+template <class Family>
 Outcome show_by_port(Session& session, const Args& args) {
   const uint32_t intf = args[0].number;
-  return show_bindings(session, [=](const DhcpSnoopBinding& b) { return b.intf == intf; });
+  return show_bindings<Family>(session, [=](const auto& b) { return b.intf == intf; });
 }
 
 // --- Counters
 
-constexpr int type_columns = 9;
+template <class Counters>
+bool any(const Counters& counters, size_t verdict) {
+  const auto& row = counters.count[verdict];
+  return std::any_of(std::begin(row), std::end(row), [](uint32_t count) { return count != 0; });
+}
 
-void add_verdicts(TextTable& table, uint32_t intf) {
-  DhcpSnoopCounters counters{};
-  if (dhcp_snoop_get_counters(intf, &counters) != 0) return;
-  for (int verdict = 0; verdict < DHCP_SNOOP_VERDICTS; ++verdict) {
-    const uint32_t(&row)[type_columns] = counters.count[verdict];
-    if (std::all_of(row, row + type_columns, [](uint32_t count) { return count == 0; })) continue;
-    std::vector<std::string> cells = {intf == no_port ? "-" : str_intf_id(intf), dhcp_snoop_verdict_name(verdict)};
-    for (int type = 1; type < type_columns; ++type) cells.push_back(number(row[type]));
-    cells.push_back(number(row[0]));
-    table.add(std::move(cells));
+/// Ports and verdicts that have counted something, by message type: the unknown ones last. Where all types would not
+/// fit a line, those that never came are left out.
+template <class Family>
+std::string verdicts_text() {
+  constexpr size_t types = std::size(Family::message_types);
+  std::vector<std::pair<uint32_t, typename Family::Counters>> ports;
+  std::array<bool, types> shown;
+  shown.fill(Family::shows_every_type);
+  for (uint32_t intf = no_port; intf <= switch_control().port_count(); ++intf) {
+    typename Family::Counters counters{};
+    if (Family::get_counters(intf, &counters) != 0) continue;
+    for (const auto& row : counters.count)
+      for (size_t type = 0; type < types; ++type) shown[type] = shown[type] || row[type] != 0;
+    ports.emplace_back(intf, counters);
   }
+  const auto each_type = [&](auto use) {
+    for (size_t type = 1; type <= types; ++type)
+      if (shown[type % types]) use(type % types);
+  };
+  std::vector<TextTable::Column> columns = {{"Port"}, {"Fate"}};
+  each_type([&](size_t type) { columns.push_back({std::string(Family::message_types[type]), Align::right}); });
+  TextTable table(std::move(columns));
+  for (const auto& [intf, counters] : ports) {
+    for (size_t verdict = 0; verdict < std::size(counters.count); ++verdict) {
+      if (!any(counters, verdict)) continue;
+      std::vector<std::string> cells = {intf == no_port ? "-" : str_intf_id(intf),
+                                        dhcp_snoop_verdict_name(static_cast<int>(verdict))};
+      each_type([&, &row = counters.count[verdict]](size_t type) { cells.push_back(number(row[type])); });
+      table.add(std::move(cells));
+    }
+  }
+  return table.text();
 }
 
 /// The module's two counters stand in its own record.
@@ -127,42 +166,32 @@ void add_dropped(TextTable& table, uint32_t intf) {
 }
 
 Outcome show_statistics(Session& session, const Args&) {
-  const auto right = Align::right;
-  TextTable verdicts({{"Port"},
-                      {"Fate"},
-                      {"DISCOVER", right},
-                      {"OFFER", right},
-                      {"REQUEST", right},
-                      {"DECLINE", right},
-                      {"ACK", right},
-                      {"NAK", right},
-                      {"RELEASE", right},
-                      {"INFORM", right},
-                      {"other", right}});
-  TextTable dropped({{"Port"}, {"Dropped Ack Pkts", right}, {"Dropped Offer Pkts", right}});
-  for (uint32_t intf = no_port; intf <= switch_control().port_count(); ++intf) add_verdicts(verdicts, intf);
+  TextTable dropped({{"Port"}, {"Dropped Ack Pkts", Align::right}, {"Dropped Offer Pkts", Align::right}});
   dhcp_snooping_mutex_lock_func();
   for (uint32_t intf = 1; intf <= switch_control().port_count() && g_dhcp_snooping.intf_list != nullptr; ++intf)
     add_dropped(dropped, intf);
   dhcp_snooping_mutex_unlock_func();
-  session.say(verdicts.text() + "\n" + dropped.text());
+  session.say(verdicts_text<Snooping4>() + "\n" + dropped.text());
+  return {};
+}
+
+Outcome show_statistics6(Session& session, const Args&) {
+  session.say(verdicts_text<Snooping6>());
   return {};
 }
 
 // --- The file of bindings
 
+template <class Family>
 Outcome show_database(Session& session, const Args&) {
   DhcpSnoopDatabase file{};
-  dhcp_snoop_get_database(&file);
+  Family::get_database(&file);
   const auto row = [&](const char* label, const std::string& value) {
     session.say(format("%-22s %s\n", label, value.c_str()));
   };
-  dhcp_snooping_mutex_lock_func();
-  const bool cyclic = g_dhcp_snooping.writeflash_enable != 0;
-  const int delay = g_dhcp_snooping.writeflash_interval;
-  dhcp_snooping_mutex_unlock_func();
+  const auto& config = Family::config();  // its two words are written by the command line alone
   row("File", file.path);
-  row("Write delay", cyclic ? std::to_string(delay) + " s" : "off");
+  row("Write delay", config.writeflash_enable != 0 ? std::to_string(config.writeflash_interval) + " s" : "off");
   row("Last write", moment(file.last_write));
   row("Bindings written", number(file.written));
   row("Failed writes", number(file.write_failures));
@@ -174,21 +203,28 @@ Outcome show_database(Session& session, const Args&) {
 
 constexpr Modes exec = in(Mode::exec);
 
-constexpr Command rows[] = {
-    {exec, "show ip dhcp snooping", "Settings of DHCP snooping, and the last rogue server", show_snooping,
-     "show ip dhcp snooping"},
-    {exec, "show ip dhcp snooping binding", "Clients that snooping knows", show_all,
-     "show ip dhcp snooping binding | count"},
-    {exec, "show ip dhcp snooping binding mac MAC", "The client with this hardware address", show_by_mac,
-     "show ip dhcp snooping binding mac 02:00:00:00:00:51"},
-    {exec, "show ip dhcp snooping binding vlan VLAN", "The clients of a VLAN", show_by_vlan,
-     "show ip dhcp snooping binding vlan 10"},
-    {exec, "show ip dhcp snooping binding interface gigabitethernet PORT", "The clients behind a port", show_by_port,
-     "show ip dhcp snooping binding interface gigabitethernet 1"},
-    {exec, "show ip dhcp snooping statistics", "What became of the frames, by port and message type", show_statistics,
-     "show ip dhcp snooping statistics"},
-    {exec, "show ip dhcp snooping database", "The file of the bindings, and what became of it", show_database,
-     "show ip dhcp snooping database"},
+template <class F>
+std::vector<Command> rows(Run settings, Run statistics, std::string_view about_settings) {
+  return spelt(
+      {
+          {exec, "show % dhcp snooping", about_settings, settings, "show % dhcp snooping"},
+          {exec, "show % dhcp snooping binding", "Clients that snooping knows", show_all<F>,
+           "show % dhcp snooping binding | count"},
+          {exec, "show % dhcp snooping binding mac MAC", "The client with this hardware address", show_by_mac<F>,
+           "show % dhcp snooping binding mac 02:00:00:00:00:51"},
+          {exec, "show % dhcp snooping binding vlan VLAN", "The clients of a VLAN", show_by_vlan<F>,
+           "show % dhcp snooping binding vlan 10"},
+          {exec, "show % dhcp snooping binding interface gigabitethernet PORT", "The clients behind a port",
+           show_by_port<F>, "show % dhcp snooping binding interface gigabitethernet 1"},
+          {exec, "show % dhcp snooping statistics", "What became of the frames, by port and message type", statistics,
+           "show % dhcp snooping statistics"},
+          {exec, "show % dhcp snooping database", "The file of the bindings, and what became of it", show_database<F>,
+           "show % dhcp snooping database"},
+      },
+      F::words);
+}
+
+constexpr Command option82_rows[] = {
     {exec, "show ip dhcp information option circuitid", "Circuit ids that are set",
      show_readout<show_dhcp_snoop_option82_circuit_id>, "show ip dhcp information option circuitid"},
     {exec, "show ip dhcp information option remoteid", "Remote ids that are set",
@@ -199,6 +235,17 @@ constexpr Command rows[] = {
 
 }  // namespace
 
-std::span<const Command> snooping_readouts() { return rows; }
+std::span<const Command> snooping_readouts() {
+  static const auto all =
+      rows<Snooping4>(show_snooping, show_statistics, "Settings of $ snooping, and the last rogue server");
+  return all;
+}
+
+std::span<const Command> snooping6_readouts() {
+  static const auto all = rows<Snooping6>(show_readout<write_settings6>, show_statistics6, "Settings of $ snooping");
+  return all;
+}
+
+std::span<const Command> option82_readouts() { return option82_rows; }
 
 }  // namespace dhcp::softswitch::cli

@@ -5,6 +5,7 @@
 #include <cctype>
 
 #include "dhcp/snooping.h"
+#include "dhcp/snooping6.h"
 #include "softswitch/cli/session.h"
 #include "softswitch/cli/settings.h"
 
@@ -54,9 +55,11 @@ Outcome create_vlans(Session&, const Args& args) { return for_each_vlan(args, &S
 
 /// A VLAN that is snooped stays: its line in the saved configuration would be refused when it is loaded.
 Outcome delete_vlans(Session&, const Args& args) {
-  const uint8_t* const snooped = g_dhcp_snooping.vlan_bitmap;
-  for (const uint16_t vlan : args[0].vlans)
-    if ((snooped[vlan / 8] >> vlan % 8 & 1) != 0) return Fault{format("DHCP snooping is on in VLAN %u", vlan), 0};
+  const auto snooped = [](const uint8_t* vlans, uint16_t vlan) { return (vlans[vlan / 8] >> vlan % 8 & 1) != 0; };
+  for (const uint16_t vlan : args[0].vlans) {
+    if (snooped(g_dhcp_snooping.vlan_bitmap, vlan)) return Fault{format("DHCP snooping is on in VLAN %u", vlan), 0};
+    if (snooped(g_dhcp6_snooping.vlan_bitmap, vlan)) return Fault{format("DHCPv6 snooping is on in VLAN %u", vlan), 0};
+  }
   return for_each_vlan(args, &SwitchControl::delete_vlan);
 }
 

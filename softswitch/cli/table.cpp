@@ -5,9 +5,10 @@ namespace {
 
 std::vector<Command> join() {
   std::vector<Command> all;
-  for (const auto part :
-       {session_commands(), show_commands(), server_readouts(), snooping_readouts(), switch_commands(),
-        server_commands(), snooping_commands(), snooping_clears(), guard_commands(), pool_commands()}) {
+  for (const auto part : {session_commands(), show_commands(), server_readouts(), snooping_readouts(),
+                          option82_readouts(), switch_commands(), server_commands(), snooping_commands(),
+                          snooping4_only(), snooping_clears(), snooping6_commands(), snooping6_only(),
+                          snooping6_readouts(), snooping6_clears(), guard_commands(), pool_commands()}) {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;
@@ -24,6 +25,7 @@ constexpr KeywordHelp keyword_texts[] = {
     {"show ip dhcp information", "Settings of option 82"},
     {"show ip dhcp information option", "Settings of option 82"},
     {"show ip dhcp snooping", "DHCP snooping"},
+    {"show ipv6", "IPv6"},
     {"show ip igmp", "IGMP snooping"},
     {"show ip igmp snooping", "IGMP snooping"},
     {"show ip verify", "IP source guard"},
@@ -32,6 +34,7 @@ constexpr KeywordHelp keyword_texts[] = {
     {"clear", "Clear a table"},
     {"clear mac", "Forwarding table"},
     {"clear ip", "IPv4"},
+    {"clear ipv6", "IPv6"},
     {"clear ip arp", "ARP checking"},
     {"clear ip arp inspection", "ARP checking"},
     {"clear ip dhcp", "DHCP"},
@@ -44,6 +47,7 @@ constexpr KeywordHelp keyword_texts[] = {
     {"no", "Take a line back"},
     {"write", "Save"},
     {"write ip", "IPv4"},
+    {"write ipv6", "IPv6"},
     {"write ip dhcp", "DHCP"},
     {"write ip dhcp snooping", "DHCP snooping"},
     {"ip", "IPv4"},
@@ -87,11 +91,15 @@ std::span<const Command> commands() {
   return all;
 }
 
+/// What IPv6 has no text of its own for is about the same as with IPv4.
 std::string_view keyword_help(std::string_view path) {
   for (const KeywordHelp& text : keyword_texts) {
     if (text.path == path) return text.help;
   }
-  return {};
+  constexpr std::string_view six = "ipv6 ";
+  const size_t at = path.find(six);
+  if (at == std::string_view::npos) return {};
+  return keyword_help(std::string(path.substr(0, at)) + "ip " + std::string(path.substr(at + six.size())));
 }
 
 }  // namespace dhcp::softswitch::cli

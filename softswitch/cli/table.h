@@ -67,8 +67,14 @@ std::span<const Command> switch_commands();
 std::span<const Command> server_commands();
 std::span<const Command> pool_commands();
 std::span<const Command> snooping_readouts();
+std::span<const Command> option82_readouts();
 std::span<const Command> snooping_clears();
 std::span<const Command> snooping_commands();
+std::span<const Command> snooping4_only();
+std::span<const Command> snooping6_readouts();
+std::span<const Command> snooping6_clears();
+std::span<const Command> snooping6_commands();
+std::span<const Command> snooping6_only();
 std::span<const Command> guard_commands();
 
 }  // namespace dhcp::softswitch::cli

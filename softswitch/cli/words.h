@@ -50,8 +50,8 @@ struct Value {
   uint32_t number = 0;  // number, port; address and mask in host order; lease (a signed number, cast)
   std::array<uint8_t, 6> mac{};
   std::array<uint8_t, 16> ip6{};  // as on the wire
-  std::vector<uint8_t> bytes;   // hex
-  std::vector<uint16_t> vlans;  // ascending; "all" = empty
+  std::vector<uint8_t> bytes;     // hex
+  std::vector<uint16_t> vlans;    // ascending; "all" = empty
 };
 
 /// Nothing = accepted; otherwise why not.

@@ -5,6 +5,7 @@
 
 #include "dhcp/server.h"
 #include "dhcp/snooping.h"
+#include "dhcp/snooping6.h"
 #include "platform/text.h"
 #include "softswitch/cli/settings.h"
 #include "softswitch/command_line.h"
@@ -63,6 +64,10 @@ PortStatus FakeSwitch::port(uint32_t port) const {
 }
 Refusal FakeSwitch::set_source_guard(uint32_t port, bool on) {
   port_rows[port].config.source_guard = on;
+  return {};
+}
+Refusal FakeSwitch::set_source_guard6(uint32_t port, bool on) {
+  port_rows[port].config.source_guard6 = on;
   return {};
 }
 Refusal FakeSwitch::set_arp_check(uint32_t port, bool on) {
@@ -125,13 +130,16 @@ CliTest::CliTest() : directory(testing::TempDir() + "cli_" + std::to_string(getp
   std::filesystem::create_directories(directory);
   set_startup_path(directory + "/startup.conf");
   dhcp_snoop_set_database_path(database().c_str(), (database() + ".new").c_str());
+  dhcp6_snoop_set_database_path((database() + "6").c_str(), (database() + "6.new").c_str());
   wipe();
 }
 
 CliTest::~CliTest() {
   wipe();
   exit_dhcp_snooping();
+  exit_dhcp6_snooping();
   dhcp_snoop_set_database_path(nullptr, nullptr);
+  dhcp6_snoop_set_database_path(nullptr, nullptr);
   std::filesystem::remove_all(directory);
 }
 
@@ -141,6 +149,7 @@ void CliTest::wipe() {
   fake::reset();
   init_DHCPS_cfg();
   init_dhcp_snooping();
+  init_dhcp6_snooping();
   the_fake() = FakeSwitch();
   set_hostname("");
   session = Session();

@@ -27,6 +27,8 @@ class FakeSwitch : public SwitchControl {
   uint32_t aging_time_s = 300;
   std::map<uint32_t, GuardCounters> guards;
   std::map<HostList, std::vector<KnownHost>> host_lists;
+  std::vector<KnownHost6> host_list6;
+  int taken_hosts = 0;
 
   uint32_t port_count() const override { return ports; }
   Refusal set_device(uint32_t port, const std::string& ifname) override;
@@ -36,11 +38,14 @@ class FakeSwitch : public SwitchControl {
   Refusal set_description(uint32_t port, const std::string& text) override;
   PortStatus port(uint32_t port) const override;
   Refusal set_source_guard(uint32_t port, bool on) override;
+  Refusal set_source_guard6(uint32_t port, bool on) override;
   Refusal set_arp_check(uint32_t port, bool on) override;
   GuardCounters guard_counters(uint32_t port) const override;
   void clear_guard_counters(GuardKind kind) override;
   std::vector<KnownHost> hosts(HostList list) const override;
   void forget_hosts(HostList list) override { host_lists.erase(list); }
+  std::vector<KnownHost6> hosts6() const override { return host_list6; }
+  void take_bound_hosts() override { ++taken_hosts; }
   Refusal create_vlan(uint16_t vlan) override;
   Refusal delete_vlan(uint16_t vlan) override;
   std::vector<uint16_t> vlans() const override { return {vlan_set.begin(), vlan_set.end()}; }

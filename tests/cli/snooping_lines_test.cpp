@@ -7,8 +7,8 @@
 #include <sstream>
 
 #include "platform/adp.h"
-#include "softswitch/cli/bindings.h"
 #include "softswitch/cli/running_config.h"
+#include "softswitch/cli/snooping_family.h"
 #include "tests/cli/bench.h"
 #include "tests/fake/device.h"
 
@@ -25,7 +25,7 @@ class SnoopingLinesTest : public CliTest {
   /// The last digits of the clients that are known, ascending.
   static std::string known() {
     std::string digits;
-    for (const DhcpSnoopBinding& binding : all_bindings()) digits += std::to_string(binding.mac[5]);
+    for (const DhcpSnoopBinding& binding : all_bindings<Snooping4>()) digits += std::to_string(binding.mac[5]);
     std::sort(digits.begin(), digits.end());
     return digits;
   }
@@ -112,7 +112,7 @@ TEST_F(SnoopingLinesTest, EveryLineReachesTheModule) {
   EXPECT_STREQ(option->circuit_string, "two words");
   EXPECT_EQ(option->remote_string, std::string(63, 'r'));
   EXPECT_EQ(option->ip, 0x0a000000U);
-  const auto bindings = all_bindings();
+  const auto bindings = all_bindings<Snooping4>();
   ASSERT_EQ(bindings.size(), 1U);
   EXPECT_EQ(bindings[0].lease, -1);
   EXPECT_EQ(bindings[0].intf, 4U);
@@ -304,8 +304,8 @@ TEST_F(SnoopingLinesTest, GuardsShowTheirPortsHostsAndReasons) {
   fake().host_lists[HostList::source_guard] = {guarded, elsewhere};
   fake().host_lists[HostList::arp_check] = {{2, 0x0a000003, 0, {2, 0, 0, 0, 0, 3}, 0, 2}};
   fake().host_lists[HostList::fixed_arp] = {{2, 0x0a000004, 0, {2, 0, 0, 0, 0, 4}, 0, 2}};
-  fake().guards[2].source = {7, {1, 2, 3, 4, 0}};
-  fake().guards[2].arp = {8, {1, 2, 3, 0, 5}};
+  fake().guards[2].of(GuardKind::source) = {7, {1, 2, 3, 4, 0}};
+  fake().guards[2].of(GuardKind::arp) = {8, {1, 2, 3, 0, 5}};
   const std::string source = type({"show ip verify source"});
   EXPECT_THAT(source, HasSubstr("Gi2        7       10                2          3           4          1\n"));
   EXPECT_THAT(source, HasSubstr("Gi2   10.0.0.3    02:00:00:00:00:03    10       600\n"));
@@ -315,8 +315,8 @@ TEST_F(SnoopingLinesTest, GuardsShowTheirPortsHostsAndReasons) {
   EXPECT_THAT(arp, HasSubstr("checked  dhcp snooping\n"));
   EXPECT_THAT(arp, HasSubstr("fixed    dhcp snooping\n"));
   type({"clear ip verify source statistics", "clear ip arp inspection entries"});
-  EXPECT_EQ(fake().guards[2].source.passed, 0U);
-  EXPECT_EQ(fake().guards[2].arp.passed, 8U);
+  EXPECT_EQ(fake().guards[2].of(GuardKind::source).passed, 0U);
+  EXPECT_EQ(fake().guards[2].of(GuardKind::arp).passed, 8U);
   EXPECT_EQ(fake().host_lists.count(HostList::arp_check), 0U);
 }
 
@@ -327,7 +327,7 @@ TEST_F(SnoopingLinesTest, SavedBindingsThatFillTheTableDoNotKeepTheSwitchFromSta
   EXPECT_EQ(fake::device().logged(
                 "the binding table is full of saved bindings: static binding of 02:00:00:00:01:00 left out\n"),
             1);
-  EXPECT_EQ(all_bindings().size(), 250U);
+  EXPECT_EQ(all_bindings<Snooping4>().size(), 250U);
   type({"configure", "interface gigabitethernet 1"});
   EXPECT_THAT(refusal(one_more), HasSubstr("the binding table is full")) << "an operator is told";
 }

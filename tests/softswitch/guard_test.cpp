@@ -150,9 +150,9 @@ TEST_F(GuardTest, ASwitchedOnGuardKnowsWhatWasToldBeforeAndForgetsWithTheArpChec
   EXPECT_EQ(list.rows()[0].intf, other_port);
 
   guard.clear_counters(GuardKind::arp);
-  EXPECT_EQ(guard.counters(port).source.passed, 1u) << "the other guard's counters stay";
+  EXPECT_EQ(guard.counters(port).of(GuardKind::source).passed, 1u) << "the other guard's counters stay";
   guard.clear_counters(GuardKind::source);
-  EXPECT_EQ(guard.counters(port).source.passed, 0u);
+  EXPECT_EQ(guard.counters(port).of(GuardKind::source).passed, 0u);
 }
 
 TEST(HostTable, WhatCameLaterIsNotRemovedInTheNameOfTheFirst) {
