@@ -2,8 +2,6 @@
 
 #include <pthread.h>
 
-#include <chrono>
-
 #include "platform/adp.h"
 #include "softswitch/cancel_hold.h"
 #include "softswitch/event_queue.h"
@@ -12,7 +10,6 @@
 namespace dhcp::softswitch {
 namespace {
 
-constexpr auto look = std::chrono::seconds(1);
 constexpr uint16_t dhcp6_client_port = 546;
 
 std::mutex taking;  // so that an older answer never replaces a newer one
@@ -21,7 +18,7 @@ thread_local bool reply_in_hand = false;
 
 }  // namespace
 
-FollowBindings::FollowBindings(BindingSource source) {
+FollowBindings::FollowBindings(BindingSource source, std::chrono::seconds period) : period_(period) {
   {
     const HeldLock held(taking);
     bindings = source;
@@ -43,7 +40,7 @@ FollowBindings::~FollowBindings() {
 
 void FollowBindings::run() {
   std::unique_lock guard(lock_);
-  while (!news_.wait_for(guard, look, [this] { return ending_; })) take_bound_hosts();
+  while (!news_.wait_for(guard, period_, [this] { return ending_; })) take_bound_hosts();
 }
 
 void take_bound_hosts() {

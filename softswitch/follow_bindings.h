@@ -3,6 +3,7 @@
 /// client hears of it; after commands that change them; and once a second for those that have aged out.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -16,10 +17,11 @@ namespace dhcp::softswitch {
 /// The clients that are bound and have an address, in any order.
 using BindingSource = std::vector<KnownHost6> (*)();
 
-/// Asks the source as long as this object lives; without one there are no hosts. One a process.
+/// Asks the source as long as this object lives, without events every `period`; there are no hosts before and after it.
+/// One a process.
 class FollowBindings {
  public:
-  explicit FollowBindings(BindingSource source);
+  explicit FollowBindings(BindingSource source, std::chrono::seconds period = std::chrono::seconds(1));
   ~FollowBindings();
   FollowBindings(const FollowBindings&) = delete;
   FollowBindings& operator=(const FollowBindings&) = delete;
@@ -27,6 +29,7 @@ class FollowBindings {
  private:
   void run();
 
+  const std::chrono::seconds period_;
   std::mutex lock_;
   std::condition_variable news_;
   bool ending_ = false;

@@ -3,11 +3,16 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <map>
+#include <optional>
 #include <random>
 #include <string>
 #include <tuple>
 
+#include "softswitch/event_queue.h"
+#include "softswitch/fabric.h"
+#include "softswitch/follow_bindings.h"
 #include "tests/softswitch/frames.h"
 
 namespace dhcp::softswitch::test {
@@ -49,9 +54,13 @@ struct GuardTest : testing::Test {
 
   /// "passed", "dropped: <reason>", or "not judged": outcome and counter must agree.
   std::string judge(GuardKind kind, uint32_t on_port, uint16_t in_vlan, const Mac& source, const Bytes& body,
-                    uint16_t udp_to = 5000) {
+                    std::optional<uint16_t> udp_to = {}) {
+    Bytes frame(12);
+    frame.insert(frame.end(), body.begin(), body.end());
+    FrameMap map = map_frame(frame);
+    if (udp_to) map.udp_to = *udp_to;
     const GuardCounters::Counts before = guard.counters(on_port).of(kind);
-    const bool passed = guard.admits(on_port, in_vlan, source.data(), body, udp_to);
+    const bool passed = guard.admits(on_port, in_vlan, source.data(), body, map);
     const GuardCounters::Counts& after = guard.counters(on_port).of(kind);
     if (after.passed != before.passed) return passed ? "passed" : "counted as passed, but dropped";
     static const char* const names[] = {"malformed", "unknown", "other mac", "other vlan", "other sender"};
@@ -99,6 +108,111 @@ TEST_F(GuardTest, SourceGuardWantsAddressMacVlanAndPortOfOneEntry) {
   };
   for (const auto& row : rows)
     EXPECT_EQ(judge(GuardKind::source, row.port, row.vlan, row.source, row.body, row.udp_to), row.outcome) << row.what;
+}
+
+using Ip6 = std::array<uint8_t, 16>;
+constexpr Ip6 global = {0x20, 0x01, 0x0d, 0xb8, 0, 10, 0, 0, 0, 0, 0, 0, 0, 0, 0, 9};
+constexpr Ip6 global_a = {0x20, 0x01, 0x0d, 0xb8, 0, 10, 0, 0, 0, 0, 0, 0, 0, 0, 0, 10};
+constexpr Ip6 link_local = {0xfe, 0xbf, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, site_local = {0xfe, 0xc0, 1};
+constexpr Ip6 unspecified{};
+
+KnownHost6 host6(const Mac& mac, const Ip6& ip6, uint16_t in_vlan = vlan, uint32_t intf = port) {
+  return {intf, in_vlan, mac, ip6, 600};
+}
+
+/// From the EtherType on; `to` = UDP port, or ICMPv6 type.
+Bytes ip6_from(const Ip6& source, uint8_t protocol, uint16_t to, std::vector<uint8_t> chain = {}) {
+  Bytes frame = ip6(false, protocol, to, 4, chain);
+  std::copy(source.begin(), source.end(), &frame[22]);
+  if (protocol == protocol_icmp6) frame[54 + chain.size() * 8] = static_cast<uint8_t>(to);
+  return {frame.begin() + 12, frame.end()};
+}
+
+TEST_F(GuardTest, SourceGuardForIpv6LeavesAHostWhatItTakesToGetAnAddress) {
+  std::vector<KnownHost6> hosts = {host6(bob, global, other_vlan), host6(bob, global_a, vlan, other_port),
+                                   host6(alice, global), host6(bob, global, vlan, port - 1)};
+  BoundHosts::sort(hosts);
+  guard.hosts6().replace(hosts);
+  guard.set_source_guard6(port, true);
+  const Mac stranger = {2, 0, 0, 0, 0, 9};
+  const Bytes whole = ip6_from(global, protocol_udp, 5000), cut(whole.begin(), whole.begin() + 41);
+  Bytes not_ip6 = whole;
+  not_ip6[2] = 0x45;
+  const uint8_t icmp = protocol_icmp6, udp = protocol_udp, hop_by_hop = 0, fragment = 44;
+  const struct {
+    const char* what;
+    uint16_t vlan;
+    Mac source;
+    Bytes body;
+    const char* outcome;
+  } rows[] = {
+      {"the host itself", vlan, alice, whole, "passed"},
+      {"the other VLAN's host with the same address", other_vlan, bob, whole, "passed"},
+      {"somebody else's MAC", vlan, stranger, whole, "dropped: other mac"},
+      {"each in the other's VLAN", vlan, bob, whole, "dropped: other vlan"},
+      {"an address of another port", vlan, bob, ip6_from(global_a, udp, 5000), "dropped: unknown"},
+      {"a neighbour's advertisement from a false address", vlan, alice, ip6_from(global_a, icmp, 136),
+       "dropped: unknown"},
+      {"DHCPv6 from a false address", vlan, bob, ip6_from(global_a, udp, 547), "dropped: unknown"},
+      {"a try of an address", vlan, stranger, ip6_from(unspecified, icmp, 135), "passed"},
+      {"a group joined behind an option", vlan, stranger, ip6_from(unspecified, icmp, 143, {hop_by_hop}), "passed"},
+      {"an advertisement of nobody", vlan, stranger, ip6_from(unspecified, icmp, 136), "dropped: unknown"},
+      {"data of nobody", vlan, alice, ip6_from(unspecified, udp, 5000), "dropped: unknown"},
+      {"link-local: an advertisement", vlan, stranger, ip6_from(link_local, icmp, 136), "passed"},
+      {"link-local: a client's message", vlan, stranger, ip6_from(link_local, udp, 547), "passed"},
+      {"link-local: posing as a server", vlan, stranger, ip6_from(link_local, udp, 546), "dropped: unknown"},
+      {"link-local: posing as a router", vlan, stranger, ip6_from(link_local, icmp, 134), "dropped: unknown"},
+      {"link-local: an echo", vlan, stranger, ip6_from(link_local, icmp, 128), "dropped: unknown"},
+      {"link-local: a first piece", vlan, stranger, ip6_from(link_local, icmp, 135, {fragment}), "passed"},
+      {"link-local: anything of a bound host", vlan, alice, ip6_from(link_local, udp, 5000), "passed"},
+      {"but not in another VLAN", other_vlan, alice, ip6_from(link_local, udp, 5000), "dropped: unknown"},
+      {"next to link-local", vlan, alice, ip6_from(site_local, icmp, 135), "dropped: unknown"},
+      {"a header cut short", vlan, alice, cut, "dropped: malformed"},
+      {"not IPv6 under its type", vlan, alice, not_ip6, "dropped: malformed"},
+      {"IPv4", vlan, stranger, ip_from(address), "not judged"},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(judge(GuardKind::source6, port, row.vlan, row.source, row.body), row.outcome) << row.what;
+  EXPECT_EQ(judge(GuardKind::source6, other_port, vlan, stranger, whole), "not judged");
+}
+
+std::vector<KnownHost6> bound_now;
+std::vector<KnownHost6> tell_bound() { return bound_now; }
+
+TEST(FollowBindings, AsksAgainBeforeTheFrameBehindAServersMessageAndNotForClients) {
+  const auto hosts = [] { return fabric().with([](FabricState& s) { return s.guard.hosts6().rows().size(); }); };
+  const auto guarded = [](bool on) { fabric().with([=](FabricState& s) { s.guard.set_source_guard6(port, on); }); };
+  const auto handle = [](uint16_t to) {
+    Bytes frame = ip6(true, protocol_udp, to, 4);
+    skpack pack{};
+    pack.data = frame.data();
+    pack.psize = static_cast<uint32_t>(frame.size());
+    DhcpEvent event{};
+    event.type = event_ipv6;
+    event.data = &pack;
+    note_taken(event);
+    bound_now.push_back(host6(alice, global));
+    note_handled();
+  };
+  {
+    const FollowBindings follow(tell_bound, std::chrono::hours(1));
+    handle(546);
+    EXPECT_EQ(hosts(), 0u) << "nobody is guarded";
+    guarded(true);
+    handle(547);
+    EXPECT_EQ(hosts(), 0u);
+    handle(546);
+    EXPECT_EQ(hosts(), 3u);
+    bound_now.clear();
+    note_handled();
+    EXPECT_EQ(hosts(), 3u) << "once a message";
+    take_bound_hosts();
+    EXPECT_EQ(hosts(), 0u);
+    handle(546);
+  }
+  take_bound_hosts();
+  EXPECT_EQ(hosts(), 0u) << "nobody to ask";
+  guarded(false);
 }
 
 TEST_F(GuardTest, ArpMustBeSentByTheHostThatItNames) {
