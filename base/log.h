@@ -37,6 +37,10 @@ void trace(const char* function, int line, const char* fmt, ...) __attribute__((
 #define DHCP_LOG_AT(module, name, text, ...) \
   DHCP_LOG(module, name, "[%s:%d]" text, __func__, __LINE__ __VA_OPT__(, ) __VA_ARGS__)
 
+/// The same said in the name of `function`: for lambdas and for inner functions that log for an exported one.
+#define DHCP_LOG_IN(function, module, name, text, ...) \
+  DHCP_LOG_FROM(function, __LINE__, 7, module, name, "[%s:%d]" text, function, __LINE__ __VA_OPT__(, ) __VA_ARGS__)
+
 /// The same in the other spelling, "[function : line]".
 #define DHCP_LOG_AT_SPACED(module, name, text, ...) \
   DHCP_LOG(module, name, "[%s : %d]" text, __func__, __LINE__ __VA_OPT__(, ) __VA_ARGS__)

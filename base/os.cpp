@@ -25,6 +25,6 @@ ssize_t send_datagram(int socket, const void* data, size_t size, int flags, cons
   return sendto(socket, data, size, flags, to, to_size);
 }
 
-Os os{wall_clock, sleep_for, ask_kernel, ::socket, ::rename, send_datagram};
+Os os{wall_clock, sleep_for, ask_kernel, ::socket, ::rename, send_datagram, ::system};
 
 }  // namespace dhcp::base

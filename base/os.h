@@ -1,11 +1,12 @@
-/// Clock, sleep, sockets, interface queries and renaming behind one seam: the module's only view of time and of the
-/// device's own addresses. Tests replace the functions and never sleep.
+/// Clock, sleep, sockets, interface queries, renaming and programs behind one seam: the module's only view of time and
+/// of the device's own addresses. Tests replace the functions and never sleep.
 #pragma once
 
 #include <sys/types.h>
 
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 
 struct ifreq;
 struct sockaddr;
@@ -23,6 +24,7 @@ struct Os {
   int (*rename)(const char* from, const char* to) = ::rename;
   ssize_t (*send_to)(int socket, const void* data, size_t size, int flags, const sockaddr* to,
                      unsigned to_size) = send_datagram;
+  int (*run)(const char* command_line) = ::system;
 };
 
 /// The functions in force; replaced as a whole by tests, before any task runs.

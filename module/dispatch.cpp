@@ -62,6 +62,7 @@ int snoop(skpack* skp) {
 
 constexpr std::array ipv4_stages{
     Stage{when<base::snooping_on>, "DHCP snooping", "DHCP Snooping Receive dhcp packet\n", snoop, Answer::consumes},
+    Stage{when<base::relay_on>, "DHCP relay", "DHCP Relay GET A PACKET!\n", dhcpr_packet_process, Answer::ignored},
     Stage{when<base::server_on>, "DHCP Server", "DHCP Server receive packet\n", dhcp_server_packet_process,
           Answer::ignored},
 };

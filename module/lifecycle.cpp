@@ -2,6 +2,7 @@
 #include <mqueue.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -76,7 +77,7 @@ int dhcp_module_start() {
 
 int dhcp_module_stop() {
   // The buffer goes out of sight first and is freed last: a task may still be at work with it.
-  const std::unique_ptr<uint8_t[]> buffer(std::exchange(dhcpr_cfg.send_buf, nullptr));
+  const std::unique_ptr<uint8_t[]> buffer(std::atomic_ref<uint8_t*>(dhcpr_cfg.send_buf).exchange(nullptr));
   close_socket();
   for (ModuleTaskEntry& row : tasks()) {
     if (row.tid != not_running) stask_stop(&row);

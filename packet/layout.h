@@ -25,9 +25,19 @@ constexpr bool adjoining(Field first, Field second, Rest... rest) {
 namespace eth {
 inline constexpr Field destination{0, 6}, source{6, 6}, tpid{12, 2}, tci{14, 2}, type{16, 2}, payload{18, 0};
 static_assert(adjoining(destination, source, tpid, tci, type, payload));
-inline constexpr uint16_t tpid_8021q = 0x8100, type_ipv4 = 0x0800, type_ipv6 = 0x86dd;
+inline constexpr uint16_t tpid_8021q = 0x8100, tpid_outer = 0x9100;
+inline constexpr uint16_t type_ipv4 = 0x0800, type_arp = 0x0806, type_ipv6 = 0x86dd;
 inline constexpr uint16_t vid_mask = 0x0fff;
 }  // namespace eth
+
+/// ARP for IPv4 over Ethernet (RFC 826), from the start of an untagged frame.
+namespace arp {
+inline constexpr Field hardware{14, 2}, protocol{16, 2}, hardware_length{18, 1}, protocol_length{19, 1},
+    operation{20, 2}, sender_mac{22, 6}, sender_ip{28, 4}, target_mac{32, 6}, target_ip{38, 4};
+static_assert(adjoining(hardware, protocol, hardware_length, protocol_length, operation, sender_mac, sender_ip,
+                        target_mac, target_ip));
+inline constexpr uint16_t hardware_ethernet = 1, request = 1, reply = 2;
+}  // namespace arp
 
 /// From the start of the IPv4 header.
 namespace ip4 {

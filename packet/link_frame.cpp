@@ -28,6 +28,11 @@ uint16_t LinkFrame::vlan() const {
   return load_be16(&frame_[tag_offset_ + 2]) & eth::vid_mask;
 }
 
+void LinkFrame::set_vlan(uint16_t vid) {
+  uint8_t* tci = &frame_[tag_offset_ + 2];
+  store_be16(tci, static_cast<uint16_t>((load_be16(tci) & ~eth::vid_mask) | (vid & eth::vid_mask)));
+}
+
 std::optional<uint16_t> tag_in(std::span<const uint8_t> frame) {
   if (frame.size() < eth::tci.end() || load_be16(&frame[eth::tpid.offset]) != eth::tpid_8021q) return std::nullopt;
   return load_be16(&frame[eth::tci.offset]) & eth::vid_mask;

@@ -27,6 +27,8 @@ class LinkFrame {
   bool tagged() const { return tag_offset_ != 0; }
   /// 12-bit VLAN identifier of the tag, or 65535 without one.
   uint16_t vlan() const;
+  /// Changes the identifier in the tag; priority and drop bits stay. Only for tagged frames.
+  void set_vlan(uint16_t vid);
   uint32_t in_intf() const { return in_intf_; }
 
   /// Offset of `p` when `size` bytes from it lie in the frame.

@@ -1,8 +1,12 @@
-#include <cstring>
+/// The relay's record, its start and its end.
+#include <algorithm>
 
+#include "base/device_mac.h"
 #include "base/port_list.h"
 #include "base/services.h"
-#include "relay/relay.h"
+#include "relay/helpers.h"
+
+static_assert(sizeof(void*) != 4 || (sizeof(DhcpServerNode) == 28 && sizeof(DhcpInfoNode) == 32));
 
 namespace {
 
@@ -38,20 +42,38 @@ DhcpRelayConfig dhcpr_cfg = {
     .port_list = nullptr,
 };
 
+int32_t dhcp_dbg_level = dhcp::relay::quiet_level;
+
 namespace dhcp::base {
 
 bool relay_on() { return dhcpr_cfg.status.load() != DHCPR_OFF; }
 
 }  // namespace dhcp::base
 
+namespace dhcp::relay {
+
+base::MacAddress device_mac() {
+  base::know_device_mac(dhcpr_cfg.ifname, dhcpr_cfg.dev_mac, dhcpr_cfg.dev_mac_valid);
+  return base::MacAddress::from(dhcpr_cfg.dev_mac);
+}
+
+}  // namespace dhcp::relay
+
 /// Clears what one run has gathered; switches, buffer and socket stay as they are.
 void init_DHCPR_cfg() {
+  dhcp::relay::clear_transactions();
+  dhcpr_cfg.server_busy.store(0);
+  dhcp::relay::helpers().clear();
+  std::fill(std::begin(dhcpr_cfg.dev_mac), std::end(dhcpr_cfg.dev_mac), uint8_t{0});
+  dhcpr_cfg.dev_mac_valid = 0;
   free_ports();
   dhcpr_cfg.port_users.store(0);
   dhcpr_cfg.port_list = dhcp::base::make_port_list(dhcpr_cfg.port_count);
 }
 
+/// The helper addresses stay for the next run.
 void exit_DHCPR_cfg() {
-  dhcpr_cfg.status.store(DHCPR_OFF);
+  if (dhcp::base::relay_on()) DHCPR_stop();
   free_ports();
+  dhcp::relay::clear_transactions();
 }

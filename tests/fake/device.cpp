@@ -5,6 +5,7 @@
 #include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -34,6 +35,17 @@ void sleep_us(uint32_t micros) {
   nanosleep(&moment, nullptr);
 }
 
+/// Its other end is kept, to put in what the network would bring; the one of a closed socket goes when its number comes
+/// again.
+int make_arp_socket(int flags) {
+  int ends[2];
+  if (socketpair(AF_UNIX, SOCK_DGRAM | flags, 0, ends) != 0) return -1;
+  const std::lock_guard lock(current->mutex_);
+  const auto [at, fresh] = current->arp_peers_.try_emplace(ends[0], ends[1]);
+  if (!fresh) close(std::exchange(at->second, ends[1]));
+  return ends[0];
+}
+
 int make_socket(int domain, int type, int protocol) {
   current->call("socket(" + std::to_string(domain) + "," + std::to_string(protocol) + ")");
   if (current->sockets_cannot_be_made) {
@@ -42,7 +54,43 @@ int make_socket(int domain, int type, int protocol) {
   }
   if (domain == AF_INET6 && protocol == IPPROTO_ICMPV6) return icmp6_socket();
   // A raw socket needs rights that a test has no use for.
+  if ((type & 0xf) == SOCK_PACKET) return make_arp_socket(type & SOCK_CLOEXEC);
   return domain == AF_PACKET ? ::socket(AF_UNIX, SOCK_DGRAM, 0) : ::socket(domain, type, protocol);
+}
+
+std::string dotted(const uint8_t* ip) {
+  return std::to_string(ip[0]) + "." + std::to_string(ip[1]) + "." + std::to_string(ip[2]) + "." +
+         std::to_string(ip[3]);
+}
+
+/// The host's reply, its ARP fields six bytes further back than where they are sent.
+std::vector<std::vector<uint8_t>> answer_of(const std::vector<uint8_t>& request, uint32_t target) {
+  const auto host = current->arp_hosts.find(target);
+  if (host == current->arp_hosts.end()) return {};
+  std::vector<uint8_t> reply(66);
+  std::copy_n(request.begin() + 14, 6, reply.begin() + 20);         // hardware, protocol, lengths
+  reply[27] = 2;                                                    // operation
+  std::copy(host->second.begin(), host->second.end(), &reply[28]);  // sender
+  std::copy_n(request.begin() + 38, 4, reply.begin() + 34);
+  std::copy_n(request.begin() + 22, 10, reply.begin() + 38);  // target: who asked
+  return {reply};
+}
+
+/// A raw socket names the interface in each address. What is sent is an ARP request: the answers are waiting at once.
+ssize_t send_raw(int socket, const void* data, size_t size, int flags, const sockaddr* to, unsigned to_size) {
+  if (to->sa_family == AF_INET6) return send_to_neighbour(socket, data, size, flags, to, to_size);
+  Device& device = *current;
+  const std::lock_guard lock(device.mutex_);
+  const auto peer = device.arp_peers_.find(socket);
+  if (peer == device.arp_peers_.end() || device.arp_cannot_be_sent) return errno = ENETDOWN, -1;
+  const auto* bytes = static_cast<const uint8_t*>(data);
+  const std::vector<uint8_t> request(bytes, bytes + size);
+  const uint32_t target = static_cast<uint32_t>(bytes[38]) << 24 | bytes[39] << 16 | bytes[40] << 8 | bytes[41];
+  device.arp_requests_.push_back(std::string(to->sa_data) + " " + dotted(bytes + 38));
+  for (const auto& frame : device.on_arp ? device.on_arp(request) : answer_of(request, target)) {
+    send(peer->second, frame.data(), frame.size(), MSG_DONTWAIT);
+  }
+  return static_cast<ssize_t>(size);
 }
 
 /// "eth0" answers with the device's MAC, "eth0.N" with the interface of VLAN N.
@@ -87,7 +135,7 @@ void reset() {
   current = std::make_unique<Device>();
   std::fill_n(arpr_cfg, arp_record_size, uint8_t{0});
   dhcp::base::os = {[] { return current->now.load(); }, sleep_us, query_interface, make_socket};
-  dhcp::base::os.send_to = send_to_neighbour;
+  dhcp::base::os.send_to = send_raw;
 }
 
 int Device::logged(const std::string& text, const std::string& name) const {
@@ -128,6 +176,7 @@ const std::string& Device::temp_directory() {
 }
 
 Device::~Device() {
+  for (const auto& [socket, peer] : arp_peers_) close(peer);
   if (!temp_directory_.empty()) std::filesystem::remove_all(temp_directory_);
 }
 

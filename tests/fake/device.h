@@ -7,6 +7,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
@@ -69,7 +70,13 @@ class Device {
   int bind_error = 0;
   bool temp_files_cannot_be_made = false;
   std::set<uint32_t> missing_vlans;
+  std::vector<uint16_t> layer3_vlans;  // in the device's order; empty = those of vlan_interfaces
+  bool mac_is_unknown = false;
   uint32_t mac_ageing_s = 300;
+  std::map<uint32_t, Mac> arp_hosts;  // who answers ARP, six bytes late, as the CPU's interface delivers it
+  bool arp_cannot_be_sent = false;
+  /// What an ARP request brings in, instead of the hosts' answers.
+  std::function<std::vector<std::vector<uint8_t>>(const std::vector<uint8_t>& request)> on_arp;
   std::map<uint32_t, uint32_t> group_of_port;
   // Answers of the neighbours: IP source guard, ARP module.
   int source_guard_answer = 0, arp_check_answer = 0, fixed_arp_answer = 0;
@@ -100,6 +107,8 @@ class Device {
   std::vector<std::vector<uint8_t>> take_solicitations();
   std::vector<std::string> task_events() const { return locked(task_events_); }
   uint32_t slept_ms() const { return slept_ms_.load(); }
+  /// ARP requests, as "interface address".
+  std::vector<std::string> arp_requests() const { return locked(arp_requests_); }
   /// Where temporary files of this test lie; made when first asked for.
   const std::string& temp_directory();
 
@@ -119,7 +128,8 @@ class Device {
 
   std::vector<LogLine> log_;
   std::vector<std::pair<std::string, std::string>> traces_;
-  std::vector<std::string> calls_, neighbour_calls_, task_events_;
+  std::vector<std::string> calls_, neighbour_calls_, task_events_, arp_requests_;
+  std::map<int, int> arp_peers_;  // a raw socket's other end, where answers are put in
   std::vector<Sent> sent_;
   std::vector<std::vector<uint8_t>> solicitations_;
   std::vector<const skpack*> released_;

@@ -18,8 +18,11 @@ int sysmng_get_vlan_by_ipaddr(uint32_t ip) {
 int sysmng_vlan_get(int kind, sysmng_vlan_list* out) {
   out->count = 0;
   if (kind != 2) return -1;
-  for (const auto& [vlan, interface] : fake::device().vlan_interfaces)
-    out->vid[out->count++] = static_cast<uint16_t>(vlan);
+  const auto& order = fake::device().layer3_vlans;
+  for (const uint16_t vlan : order) out->vid[out->count++] = vlan;
+  for (const auto& [vlan, interface] : fake::device().vlan_interfaces) {
+    if (order.empty()) out->vid[out->count++] = static_cast<uint16_t>(vlan);
+  }
   return 0;
 }
 
@@ -44,6 +47,7 @@ int get_mac_aging_time(uint32_t* seconds) {
 }
 
 int get_dev_mac(const char*, uint8_t mac[6]) {
+  if (fake::device().mac_is_unknown) return -1;
   memcpy(mac, fake::Device::default_mac.data(), 6);
   return 0;
 }

@@ -1,0 +1,106 @@
+/// The clients whose requests were relayed, so that replies find their way back: 200 slots of the record, touched by
+/// the dispatch task alone.
+#include <algorithm>
+#include <cstring>
+
+#include "base/log.h"
+#include "base/os.h"
+#include "relay/relay.h"
+
+namespace {
+
+using dhcp::relay::shared;
+
+/// A younger slot is not given to another client while there is any other.
+constexpr uint32_t free_age_s = 21;
+
+/// Six bytes as one number: what is compared with every slot. Never leaves the machine, so any byte order will do.
+uint64_t key_of(const uint8_t* mac) {
+  uint64_t key = 0;
+  memcpy(&key, mac, 6);
+  return key;
+}
+
+void change_count(int32_t by) {
+  auto count = shared(dhcpr_cfg.info_count);
+  count.store(count.load(std::memory_order_relaxed) + by, std::memory_order_relaxed);
+}
+
+int free_slot(int index) {
+  dhcpr_cfg.info_table[index].valid = 0;
+  change_count(-1);
+  return index;
+}
+
+/// The first of the oldest slots.
+int oldest_slot(uint32_t now) {
+  const auto age = [now](const DhcpInfoNode& slot) { return now - slot.time; };
+  const auto& table = dhcpr_cfg.info_table;
+  const auto* oldest = std::max_element(std::begin(table), std::end(table),
+                                        [age](const auto& a, const auto& b) { return age(a) < age(b); });
+  return static_cast<int>(oldest - table);
+}
+
+}  // namespace
+
+void dhcp::relay::clear_transactions() {
+  shared(dhcpr_cfg.info_count).store(0);
+  std::fill(std::begin(dhcpr_cfg.info_table), std::end(dhcpr_cfg.info_table), DhcpInfoNode{});
+}
+
+/// The first slot that is unused, the client's or out of date; the oldest when there is none. A client that stands
+/// behind a hole gets the hole.
+int get_valid_table_index(const uint8_t mac[6], int* found) {
+  const uint64_t wanted = key_of(mac);
+  const uint32_t now = dhcp::base::now32();
+  *found = 0;
+  for (int index = 0; index < DHCPR_TRANSACTIONS; ++index) {
+    const DhcpInfoNode& slot = dhcpr_cfg.info_table[index];
+    if (slot.valid != 1) return index;
+    if (key_of(slot.mac) == wanted) {
+      *found = 1;
+      return index;
+    }
+    if (now - slot.time >= free_age_s) return free_slot(index);
+  }
+  return free_slot(oldest_slot(now));
+}
+
+int add_valid_table(const uint8_t mac[6], uint32_t from_ip, uint32_t from_port, uint32_t from_vlan, uint32_t flags) {
+  if (mac == nullptr) return -1;
+  constexpr uint32_t flags_mask = 0xffff;
+  int found = 0;
+  DhcpInfoNode& slot = dhcpr_cfg.info_table[get_valid_table_index(mac, &found)];
+  std::copy_n(mac, sizeof slot.mac, slot.mac);
+  slot.from_ip = from_ip;
+  slot.from_vlan = from_vlan;
+  slot.from_port = from_port;
+  slot.time = dhcp::base::now32();
+  slot.valid = 1;
+  slot.bcast = (flags & flags_mask) != 0 ? 1 : 0;
+  DHCP_LOG(dhcp::base::module_relay, "dhcp_relay",
+           "add dhcp info node:from_ip(0x%x),from_vlan(%d),from_port(%d),mac(%02x:%02x:%02x:%02x:%02x:%02x)", from_ip,
+           static_cast<int>(from_vlan), static_cast<int>(from_port), mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+  if (found == 0) change_count(1);
+  return 0;
+}
+
+/// Ages do not count here: a late reply still finds its client.
+int get_dhcp_info(const uint8_t mac[6], uint32_t* from_ip_out, uint32_t* from_port_out, uint32_t* from_vlan_out,
+                  uint16_t* bcast_out) {
+  if (mac == nullptr) return -1;
+  const uint64_t wanted = key_of(mac);
+  int32_t left = dhcpr_cfg.info_count;
+  for (const DhcpInfoNode& slot : dhcpr_cfg.info_table) {
+    if (left <= 0) return -1;
+    if (slot.valid == 0) continue;
+    --left;
+    if (key_of(slot.mac) != wanted) continue;
+    if (from_ip_out != nullptr) *from_ip_out = slot.from_ip;
+    if (from_port_out != nullptr) *from_port_out = slot.from_port;
+    if (from_vlan_out != nullptr) *from_vlan_out = slot.from_vlan;
+    if (bcast_out != nullptr) *bcast_out = slot.bcast;
+    return 0;
+  }
+  return -1;
+}
