@@ -2,6 +2,9 @@
 
 #include <semaphore.h>
 
+#include <fstream>
+#include <sstream>
+
 #include "base/list.h"
 
 extern "C" sem_t dhcp_server_sem;
@@ -18,6 +21,18 @@ void expect_at_rest(const char* name, const DhcpServerList& list) {
   EXPECT_EQ(list.busy.load(), 0u) << name;
 }
 
+/// Counts the links of a bucket and looks whether each points back.
+int links(const DhcpListHead& head) {
+  int count = 0;
+  for (const DhcpListHead* at = head.next; at != &head; at = at->next) {
+    EXPECT_EQ(at->next->prev, at);
+    EXPECT_EQ(at->prev->next, at);
+    if (++count > 1000) ADD_FAILURE() << "a list without an end";
+    if (count > 1000) break;
+  }
+  return count;
+}
+
 template <class T>
 void expect_named(const char* name, const std::optional<T>& expected, const T& seen) {
   if (expected) {
@@ -26,6 +41,23 @@ void expect_named(const char* name, const std::optional<T>& expected, const T& s
 }
 
 }  // namespace
+
+void expect_index_at_rest(const DhcpSnoopIndex& index, bool counts) {
+  for (int bucket = 0; bucket < DHCP_SNOOP_BUCKETS; ++bucket) {
+    EXPECT_EQ(index.busy[bucket].load(), 0u);
+    const int linked = links(index.head[bucket]);
+    EXPECT_TRUE(!counts || linked == index.count[bucket]) << "bucket " << bucket;
+  }
+}
+
+std::string read_file(const std::string& path) {
+  std::ifstream file(path);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+void write_file(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
 
 void ServerBench::SetUp() {
   DeviceBench::SetUp();

@@ -7,6 +7,7 @@
 
 #include <optional>
 
+#include "dhcp/binding.h"
 #include "dhcp/server.h"
 #include "tests/fake/device.h"
 #include "tests/unit/wire.h"
@@ -26,6 +27,12 @@ class DeviceBench : public ::testing::Test {
   void at(uint32_t seconds) { device().now = start + seconds; }
   static constexpr uint32_t start = 1'700'000'000;
 };
+
+/// An index over bindings, forwards and backwards, with every busy word at rest and, unless said, its counts right.
+void expect_index_at_rest(const DhcpSnoopIndex& index, bool counts = true);
+
+std::string read_file(const std::string& path);
+void write_file(const std::string& path, const std::string& text);
 
 /// What a row of a test says about a reply; what it does not name may be anything.
 struct Expected {

@@ -2,9 +2,7 @@
 
 #include <semaphore.h>
 
-#include <fstream>
 #include <numeric>
-#include <sstream>
 
 #include "base/list.h"
 #include "dhcp/relay.h"
@@ -14,29 +12,6 @@
 extern "C" sem_t dhcp_snooping_sem;
 
 namespace bench {
-
-namespace {
-
-/// Counts the links of a bucket and looks whether each points back.
-int links(const DhcpListHead& head) {
-  int count = 0;
-  for (const DhcpListHead* at = head.next; at != &head; at = at->next) {
-    EXPECT_EQ(at->next->prev, at);
-    EXPECT_EQ(at->prev->next, at);
-    if (++count > 1000) ADD_FAILURE() << "a list without an end";
-    if (count > 1000) break;
-  }
-  return count;
-}
-
-void expect_at_rest(const DhcpSnoopIndex& index) {
-  for (int bucket = 0; bucket < DHCP_SNOOP_BUCKETS; ++bucket) {
-    EXPECT_EQ(index.busy[bucket].load(), 0u);
-    EXPECT_EQ(links(index.head[bucket]), index.count[bucket]) << "bucket " << bucket;
-  }
-}
-
-}  // namespace
 
 void SnoopingBench::SetUp() {
   DeviceBench::SetUp();
@@ -101,21 +76,12 @@ uint32_t SnoopingBench::met(DhcpSnoopVerdict verdict, uint32_t intf, int type) {
 }
 
 void SnoopingBench::expect_whole() {
-  expect_at_rest(g_dhcp_snooping.mac_index);
-  expect_at_rest(g_dhcp_snooping.ip_index);
+  expect_index_at_rest(g_dhcp_snooping.mac_index);
+  expect_index_at_rest(g_dhcp_snooping.ip_index);
   EXPECT_EQ(g_dhcp_snooping.intf_busy.load(), 0u);
   const auto& counts = g_dhcp_snooping.mac_index.count;
   EXPECT_EQ(std::accumulate(std::begin(counts), std::end(counts), 0), g_dhcp_snooping.bind_count);
 }
-
-std::string SnoopingBench::read_file(const std::string& path) {
-  std::ifstream file(path);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-void SnoopingBench::write_file(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
 
 std::string SnoopingBench::shown(int (*show)(char*, int, int)) {
   char path[128] = "";

@@ -39,8 +39,6 @@ class SnoopingBench : public DeviceBench {
   /// Every list forwards and backwards, its count, its bucket, and every busy word at rest.
   static void expect_whole();
   static std::string table_path() { return device().temp_directory() + "/table.ini"; }
-  static std::string read_file(const std::string& path);
-  static void write_file(const std::string& path, const std::string& text);
   /// What a display or save function writes.
   static std::string shown(int (*show)(char*, int, int));
   static std::string saved();

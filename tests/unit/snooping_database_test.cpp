@@ -13,6 +13,8 @@ namespace {
 
 using bench::device;
 using bench::mac_number;
+using bench::read_file;
+using bench::write_file;
 
 class SnoopingDatabase : public bench::SnoopingBench {
  protected:

@@ -1,9 +1,7 @@
 /// The binding table: against a plain one under random operations, its limits, its ageing, the clears, and the lists
 /// of servers and of exempt MACs.
-#include <algorithm>
-#include <random>
-
 #include "base/list.h"
+#include "tests/unit/binding_twin.h"
 #include "tests/unit/snooping_bench.h"
 
 namespace {
@@ -11,6 +9,7 @@ namespace {
 using bench::ip;
 using bench::Mac;
 using bench::mac_number;
+using bench::write_file;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -34,105 +33,24 @@ class SnoopingTable : public bench::SnoopingBench {
   static void learn(const Mac& mac) { receive(bench::discover(mac), port); }
 };
 
-/// The same rules on a plain vector, newest first.
-struct Twin {
-  struct Row {
-    Mac mac;
-    uint32_t ip, intf;
-    int vlan, lease;
-    bool fixed, bound, indexed;
-    uint32_t time;
-  };
-  std::vector<Row> rows;
-
-  Row* find(const Mac& mac) {
-    const auto at = std::find_if(rows.begin(), rows.end(), [&](const Row& r) { return r.mac == mac; });
-    return at == rows.end() ? nullptr : &*at;
+/// The table as the twin knows it.
+struct Family4 {
+  using Entry = MacBindStruct;
+  static constexpr bool newcomer_displaces = true;
+  static bool indexed(int vlan, uint32_t address) { return vlan != 0 && address != 0; }
+  static Entry* find(const Mac& mac, bool create) { return find_MacBindStruct(mac.data(), create ? 1 : 0); }
+  static Entry* holder(int vlan, uint32_t address) { return find_VlanIp_entry(vlan, address); }
+  static void leave(Entry& entry) { del_VlanIp_table(&entry); }
+  static void enter(Entry& entry, uint32_t address) {
+    entry.ip = address;
+    insert_VlanIp_table(&entry);
   }
-  Row* holder(int vlan, uint32_t ip) {
-    const auto at =
-        std::find_if(rows.begin(), rows.end(), [&](const Row& r) { return r.indexed && r.vlan == vlan && r.ip == ip; });
-    return at == rows.end() ? nullptr : &*at;
-  }
-  Row* create(const Mac& mac) {
-    if (Row* known = find(mac)) return known;
-    if (rows.size() >= 250) return nullptr;
-    rows.push_back({mac, 0, 0, 0, 0, false, false, false, 0});
-    return &rows.back();
-  }
-  void bind(const Row& wanted) {
-    if (create(wanted.mac) == nullptr) return;
-    find(wanted.mac)->indexed = false;
-    if (wanted.vlan != 0 && wanted.ip != 0) {
-      const Row* held = holder(wanted.vlan, wanted.ip);
-      if (held != nullptr) erase(held->mac);
-    }
-    *find(wanted.mac) = wanted;
-  }
-  void erase(Mac mac) {
-    std::erase_if(rows, [&](const Row& r) { return r.mac == mac; });
-  }
-  void age(uint32_t now) {
-    std::erase_if(rows, [&](const Row& r) {
-      const auto age = static_cast<int64_t>(now) - r.time;
-      return r.bound ? !r.fixed && r.lease < age : age >= 31;
-    });
-  }
+  static void erase(Entry& entry) { __del_MacBindStruct(&entry); }
+  static void age() { check_mac_bind_valid(); }
+  static int count() { return g_dhcp_snooping.bind_count; }
 };
 
-TEST_F(SnoopingTable, BehavesAsAPlainTableUnderRandomOperations) {
-  const auto seed = std::random_device{}();
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
-  const auto pick = [&](uint32_t below) { return static_cast<uint32_t>(random() % below); };
-  Twin twin;
-  for (int step = 0; step < 20000 && !HasFailure(); ++step) {
-    const Mac mac = mac_number(pick(320));
-    const uint32_t now = bench::device().now, what = pick(100);
-    if (what < 25) {
-      MacBindStruct* made = find_MacBindStruct(mac.data(), 1);
-      Twin::Row* row = twin.create(mac);
-      ASSERT_EQ(made != nullptr, row != nullptr) << "step " << step;
-      if (made != nullptr && made->state == 0) made->time = static_cast<int32_t>(row->time = now);
-    } else if (what < 65) {
-      Twin::Row row{mac,
-                    pick(4) == 0 ? 0 : pick(300),
-                    port + pick(3),
-                    static_cast<int>(pick(3) * 10),
-                    600,
-                    pick(8) == 0,
-                    true,
-                    false,
-                    now};
-      row.indexed = row.vlan != 0 && row.ip != 0;
-      add(mac, row.ip, row.vlan, row.intf, row.fixed);
-      twin.bind(row);
-    } else if (what < 80) {
-      MacBindStruct* found = find_MacBindStruct(mac.data(), 0);
-      if (found != nullptr) __del_MacBindStruct(found);
-      twin.erase(mac);
-    } else if (what < 97) {
-      const int vlan = static_cast<int>(pick(3) * 10);
-      const uint32_t wanted = pick(300);
-      const MacBindStruct* found = find_VlanIp_entry(vlan, wanted);
-      const Twin::Row* row = twin.holder(vlan, wanted);
-      ASSERT_EQ(found != nullptr, row != nullptr) << "step " << step;
-      ASSERT_TRUE(found == nullptr || std::equal(row->mac.begin(), row->mac.end(), found->mac)) << "step " << step;
-    } else {
-      bench::device().now += pick(200);
-      check_mac_bind_valid();
-      twin.age(bench::device().now);
-    }
-    ASSERT_EQ(get_mac_bind_entry_count(), static_cast<int>(twin.rows.size())) << "step " << step;
-    if (step % 500 == 0) expect_whole();
-  }
-  for (const Twin::Row& row : twin.rows) {
-    const MacBindStruct* found = find_MacBindStruct(row.mac.data(), 0);
-    ASSERT_NE(found, nullptr);
-    EXPECT_EQ(found->ip, row.ip);
-    EXPECT_EQ(dhcp::base::list_linked(found->ip_link), row.indexed);
-  }
-}
+TEST_F(SnoopingTable, BehavesAsAPlainTableUnderRandomOperations) { bench::compare_with_twin<Family4>(expect_whole); }
 
 TEST_F(SnoopingTable, ClientsBeyondTheLimitAreTurnedAwayAndTheFileBringsOneMore) {
   for (uint32_t n = 0; n < 250; ++n) ASSERT_NE(add(mac_number(n), ip(192, 168, 1, 0) + n + 1), nullptr);
@@ -249,31 +167,28 @@ struct Keys {
 
 TEST_F(SnoopingTable, EachClearTakesExactlyWhatMatchesItsKeys) {
   using K = const Keys&;
-  // Columns: all keys right, then the address, MAC, VLAN, interface wrong, then all right on a static binding.
   const struct {
-    const char* deleted;
     const char* text;
     int (*member)(K);
   } rows[] = {
-      {"++++++", "all dhcp snooping binding", [](K) { return dhcp_snoop_binds_clear_all(); }},
-      {"+-++++", " by ip", [](K k) { return dhcp_snoop_binds_clear_ip(k.ip); }},
-      {"+--+++", " by ip mac", [](K k) { return dhcp_snoop_binds_clear_ip_mac(k.ip, k.mac.data()); }},
-      {"+--+-+", " by ip mac intf", [](K k) { return dhcp_snoop_binds_clear_ip_mac_intf(k.ip, k.mac.data(), k.intf); }},
-      {"+---++", " by ip mac vlan", [](K k) { return dhcp_snoop_binds_clear_ip_mac_vlan(k.ip, k.mac.data(), k.vlan); }},
-      {"+----+", " by ip mac vlan intf",
+      {"all dhcp snooping binding", [](K) { return dhcp_snoop_binds_clear_all(); }},
+      {" by ip", [](K k) { return dhcp_snoop_binds_clear_ip(k.ip); }},
+      {" by ip mac", [](K k) { return dhcp_snoop_binds_clear_ip_mac(k.ip, k.mac.data()); }},
+      {" by ip mac intf", [](K k) { return dhcp_snoop_binds_clear_ip_mac_intf(k.ip, k.mac.data(), k.intf); }},
+      {" by ip mac vlan", [](K k) { return dhcp_snoop_binds_clear_ip_mac_vlan(k.ip, k.mac.data(), k.vlan); }},
+      {" by ip mac vlan intf",
        [](K k) { return dhcp_snoop_binds_clear_ip_mac_vlan_intf(k.ip, k.mac.data(), k.vlan, k.intf); }},
-      {"+-++-+", " by ip intf", [](K k) { return dhcp_snoop_binds_clear_ip_intf(k.ip, k.intf); }},
-      {"+-+-++", " by ip vlan", [](K k) { return dhcp_snoop_binds_clear_ip_vlan(k.ip, k.vlan); }},
-      {"+-+--+", " by ip vlan intf", [](K k) { return dhcp_snoop_binds_clear_ip_vlan_intf(k.ip, k.vlan, k.intf); }},
-      {"++-+++", " by mac", [](K k) { return dhcp_snoop_binds_clear_mac(k.mac.data()); }},
-      {"++-+-+", " by mac intf", [](K k) { return dhcp_snoop_binds_clear_mac_intf(k.mac.data(), k.intf); }},
-      {"++--++", " by mac vlan", [](K k) { return dhcp_snoop_binds_clear_mac_vlan(k.mac.data(), k.vlan); }},
-      {"++---+", " by mac vlan intf",
-       [](K k) { return dhcp_snoop_binds_clear_mac_vlan_intf(k.mac.data(), k.vlan, k.intf); }},
-      {"++++-+", nullptr, [](K k) { return dhcp_snoop_binds_clear_intf(k.intf); }},
-      {"++++--", nullptr, [](K k) { return dhcp_snoop_binds_clear_dynamic_intf(k.intf); }},
-      {"+++-++", nullptr, [](K k) { return dhcp_snoop_binds_clear_vlan(k.vlan); }},
-      {"+++--+", " by vlan intf", [](K k) { return dhcp_snoop_binds_clear_vlan_intf(k.vlan, k.intf); }},
+      {" by ip intf", [](K k) { return dhcp_snoop_binds_clear_ip_intf(k.ip, k.intf); }},
+      {" by ip vlan", [](K k) { return dhcp_snoop_binds_clear_ip_vlan(k.ip, k.vlan); }},
+      {" by ip vlan intf", [](K k) { return dhcp_snoop_binds_clear_ip_vlan_intf(k.ip, k.vlan, k.intf); }},
+      {" by mac", [](K k) { return dhcp_snoop_binds_clear_mac(k.mac.data()); }},
+      {" by mac intf", [](K k) { return dhcp_snoop_binds_clear_mac_intf(k.mac.data(), k.intf); }},
+      {" by mac vlan", [](K k) { return dhcp_snoop_binds_clear_mac_vlan(k.mac.data(), k.vlan); }},
+      {" by mac vlan intf", [](K k) { return dhcp_snoop_binds_clear_mac_vlan_intf(k.mac.data(), k.vlan, k.intf); }},
+      {nullptr, [](K k) { return dhcp_snoop_binds_clear_intf(k.intf); }},
+      {nullptr, [](K k) { return dhcp_snoop_binds_clear_dynamic_intf(k.intf); }},
+      {nullptr, [](K k) { return dhcp_snoop_binds_clear_vlan(k.vlan); }},
+      {" by vlan intf", [](K k) { return dhcp_snoop_binds_clear_vlan_intf(k.vlan, k.intf); }},
   };
   const Mac same_bucket{0x02, 0xaa, 0, 0, 0x01, 0};
   const Keys right{address, client, 10, port};
@@ -296,7 +211,7 @@ TEST_F(SnoopingTable, EachClearTakesExactlyWhatMatchesItsKeys) {
       } else {
         EXPECT_EQ(rows[type].member(keys), 0);
       }
-      EXPECT_EQ(find(client) == nullptr, rows[type].deleted[call % 6] == '+');
+      EXPECT_EQ(find(client) == nullptr, bench::cleared[type][call % 6] == '+');
       EXPECT_EQ(find(neighbour) == nullptr, type == 0);
       int told = 0;
       const auto log = bench::device().log();

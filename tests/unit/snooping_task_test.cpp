@@ -11,6 +11,8 @@ namespace {
 using bench::device;
 using bench::discover;
 using bench::mac_number;
+using bench::read_file;
+using bench::write_file;
 
 class SnoopingTask : public bench::SnoopingBench {
  protected:
