@@ -63,7 +63,7 @@ class Descriptor {
 /// Sockets of this kind name the interface in each address: 13 characters and a zero.
 bool send_frame(int socket, const uint8_t* frame, const char* ifname) {
   sockaddr to{};
-  strncpy(to.sa_data, ifname, sizeof to.sa_data - 1);
+  std::copy_n(ifname, strnlen(ifname, sizeof to.sa_data - 1), to.sa_data);
   return base::os.send_to(socket, frame, DHCP_ARP_FRAME_SIZE, 0, &to, sizeof to) >= 0;
 }
 
