@@ -306,10 +306,12 @@ void Fabric::receive_from_cpu(uint16_t vlan, const RingFrame& in) {
 
 void Fabric::deliver(PacketDevice& cpu, const SwitchedFrame& frame) {
   emit(cpu, frame, false);
-  // The CPU interface hands ARP answers up a second time with six bytes of lead behind the type, as the device's does.
+  // The CPU interface hands ARP answers to itself up a second time with six bytes of lead behind the type, as the
+  // device's does.
   constexpr size_t operation = 8;
   if (frame.rest.size() < operation + 2 || load_be16(frame.rest.data()) != type_arp) return;
   if (load_be16(&frame.rest[operation]) != arp_answer) return;
+  if (std::memcmp(frame.macs, state_.bridge.cpu_mac.data(), mac_size) != 0) return;
   uint8_t head[20] = {};
   std::memcpy(head, frame.macs, 12);
   store_be16(head + 12, type_arp);

@@ -56,21 +56,14 @@ std::string undo_example(const Command& command) {
   return "no " + std::string(command.example.substr(0, length));
 }
 
-std::vector<std::string> examples_of(Mode mode) {
-  std::vector<std::string> lines;
-  for (const Command& command : commands()) {
-    if ((command.modes & in(mode)) != 0 && !command.example.empty()) lines.emplace_back(command.example);
-  }
-  return lines;
-}
-
 /// Values first, then all of them taken back in the other order.
-std::string round_of(Mode mode) {
+std::string round_of(Mode mode, int round) {
   std::string text;
-  for (const std::string& line : examples_of(mode)) text += line + "\n";
   std::vector<std::string> undone;
   for (const Command& command : commands()) {
-    if ((command.modes & in(mode)) != 0 && !command.no_form.empty()) undone.push_back(undo_example(command));
+    if ((command.modes & in(mode)) == 0 || command.round != round) continue;
+    if (!command.example.empty()) text += std::string(command.example) + "\n";
+    if (!command.no_form.empty()) undone.push_back(undo_example(command));
   }
   for (auto line = undone.rbegin(); line != undone.rend(); ++line) text += *line + "\n";
   return text;
@@ -94,7 +87,7 @@ std::string command_reference() {
     text += std::string("## ") + mode.title + "\n\n" + mode.about + "\n\n" + table_of(mode.mode) + "```\n";
     if (mode.mode != Mode::exec) text += "configure terminal\n";
     if (*mode.enter != '\0') text += std::string(mode.enter) + "\n";
-    text += round_of(mode.mode);
+    for (int round = 0; round < rounds; ++round) text += round_of(mode.mode, round);
     text += mode.mode == Mode::exec ? "" : "end\n";
     text += "```\n\n";
   }

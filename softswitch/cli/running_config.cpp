@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "dhcp/relay.h"
 #include "dhcp/server.h"
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
@@ -78,8 +79,8 @@ std::string running_config() {
   std::string text = separator + global_lines(device) + separator;
   for (uint32_t port = 1; port <= device.port_count(); ++port) text += port_lines(device.port(port).config);
   for (const VlanInterface& row : device.vlan_interfaces()) text += vlan_interface_lines(row);
-  return text + module_lines(onu_dhcp_server_save) + module_lines(onu_dhcp_snoop_save) +
-         module_lines(onu_dhcp6_snoop_save) + "end\n";
+  return text + module_lines(onu_dhcp_server_save) + module_lines(onu_dhcp_relay_save) +
+         module_lines(onu_dhcp_snoop_save) + module_lines(onu_dhcp6_snoop_save) + "end\n";
 }
 
 std::optional<std::string> read_file(const std::string& path) {

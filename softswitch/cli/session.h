@@ -39,6 +39,9 @@ class Session {
 
   // For handlers.
   bool from_file() const { return from_file_; }
+  /// Whether a line of a file may still wait for an answer from the network: each might wait in vain.
+  bool waits() const { return waits_; }
+  void wait_no_more() { waits_ = false; }
   void say(std::string_view text) { output_ += text; }
   void enter(Mode mode, uint32_t target = 0) { mode_ = mode, target_ = target; }
   uint32_t target() const { return target_; }  // port, VLAN or pool being configured
@@ -56,6 +59,7 @@ class Session {
   uint32_t page_length_ = 0;  // 0 = no paging
   bool ended_ = false;
   bool from_file_ = false;
+  bool waits_ = true;
   std::string output_;
 };
 

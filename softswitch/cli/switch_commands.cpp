@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "dhcp/relay.h"
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
 #include "softswitch/cli/session.h"
@@ -53,12 +54,16 @@ Outcome for_each_vlan(const Args& args, Refusal (SwitchControl::*change)(uint16_
 
 Outcome create_vlans(Session&, const Args& args) { return for_each_vlan(args, &SwitchControl::create_vlan); }
 
-/// A VLAN that is snooped stays: its line in the saved configuration would be refused when it is loaded.
+/// A VLAN that is snooped, or that tags relayed requests, stays: its line in the saved configuration would be refused
+/// when it is loaded.
 Outcome delete_vlans(Session&, const Args& args) {
   const auto snooped = [](const uint8_t* vlans, uint16_t vlan) { return (vlans[vlan / 8] >> vlan % 8 & 1) != 0; };
+  int tag = 0, relay_vlan = 0;
+  DHCPR_get_route_vlan(&tag, &relay_vlan);
   for (const uint16_t vlan : args[0].vlans) {
     if (snooped(g_dhcp_snooping.vlan_bitmap, vlan)) return Fault{format("DHCP snooping is on in VLAN %u", vlan), 0};
     if (snooped(g_dhcp6_snooping.vlan_bitmap, vlan)) return Fault{format("DHCPv6 snooping is on in VLAN %u", vlan), 0};
+    if (tag == 2 && vlan == relay_vlan) return Fault{format("the DHCP relay tags requests with VLAN %u", vlan), 0};
   }
   return for_each_vlan(args, &SwitchControl::delete_vlan);
 }

@@ -5,10 +5,11 @@ namespace {
 
 std::vector<Command> join() {
   std::vector<Command> all;
-  for (const auto part : {session_commands(), show_commands(), server_readouts(), snooping_readouts(),
-                          option82_readouts(), switch_commands(), server_commands(), snooping_commands(),
-                          snooping4_only(), snooping_clears(), snooping6_commands(), snooping6_only(),
-                          snooping6_readouts(), snooping6_clears(), guard_commands(), pool_commands()}) {
+  for (const auto part :
+       {session_commands(), show_commands(), server_readouts(), snooping_readouts(), option82_readouts(),
+        relay_readouts(), switch_commands(), relay_commands(), server_commands(), snooping_commands(), snooping4_only(),
+        snooping_clears(), snooping6_commands(), snooping6_only(), snooping6_readouts(), snooping6_clears(),
+        guard_commands(), pool_commands()}) {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;
@@ -24,6 +25,7 @@ constexpr KeywordHelp keyword_texts[] = {
     {"show ip dhcp", "DHCP"},
     {"show ip dhcp information", "Settings of option 82"},
     {"show ip dhcp information option", "Settings of option 82"},
+    {"show ip dhcp relay", "DHCP relay"},
     {"show ip dhcp snooping", "DHCP snooping"},
     {"show ipv6", "IPv6"},
     {"show ip igmp", "IGMP snooping"},
@@ -38,6 +40,7 @@ constexpr KeywordHelp keyword_texts[] = {
     {"clear ip arp", "ARP checking"},
     {"clear ip arp inspection", "ARP checking"},
     {"clear ip dhcp", "DHCP"},
+    {"clear ip dhcp relay", "DHCP relay"},
     {"clear ip dhcp snooping", "DHCP snooping"},
     {"clear ip dhcp snooping binding", "Clients that snooping knows"},
     {"clear ip verify", "IP source guard"},
@@ -60,6 +63,10 @@ constexpr KeywordHelp keyword_texts[] = {
     {"no ip dhcp information", "Settings of option 82"},
     {"ip dhcp information option", "Settings of option 82"},
     {"no ip dhcp information option", "Settings of option 82"},
+    {"ip dhcp relay", "DHCP relay"},
+    {"no ip dhcp relay", "DHCP relay"},
+    {"ip dhcp relay information", "Option 82"},
+    {"no ip dhcp relay information", "Option 82"},
     {"ip dhcp snooping", "DHCP snooping"},
     {"no ip dhcp snooping", "DHCP snooping"},
     {"ip dhcp snooping database", "File of the bindings"},
@@ -76,6 +83,8 @@ constexpr KeywordHelp keyword_texts[] = {
     {"no mac", "Forwarding table"},
     {"interface", "Configure a port or a VLAN interface"},
     {"no interface", "Remove an interface"},
+    {"service", "Turn a service on"},
+    {"no service", "Turn a service off"},
     {"switchport", "VLANs of the port"},
     {"switchport trunk", "Carry several VLANs, tagged"},
     {"no switchport", "VLANs of the port"},

@@ -51,7 +51,9 @@ struct Command {
   std::string_view example;       // fits the examples before it; "" = it would leave the mode
   std::string_view no_form = {};  // without its leading "no"; "" = there is none
   Run undo = nullptr;
+  int round = 0;  // of examples; those of one round fit together, and are taken back before the next
 };
+constexpr int rounds = 2;
 
 /// All rows in the order of the reference.
 std::span<const Command> commands();
@@ -76,5 +78,7 @@ std::span<const Command> snooping6_clears();
 std::span<const Command> snooping6_commands();
 std::span<const Command> snooping6_only();
 std::span<const Command> guard_commands();
+std::span<const Command> relay_readouts();
+std::span<const Command> relay_commands();
 
 }  // namespace dhcp::softswitch::cli

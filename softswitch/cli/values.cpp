@@ -19,6 +19,8 @@ constexpr Placeholder placeholders[] = {
     {"PORT", Kind::port, 1, 0, "port number"},
     {"VLAN", Kind::number, 1, max_vlan, "VLAN identifier"},
     {"VLANS", Kind::vlan_list, 1, max_vlan, "VLAN identifiers, as in 5-7,10, or all"},
+    {"TAG", Kind::number, 0, 2, "tag mode, 0 = client's, 1 = helper's, 2 = the given one"},
+    {"ROUTEVLAN", Kind::number, 0, max_vlan, "VLAN identifier of tag mode 2, otherwise 0"},
     {"POOL", Kind::number, 1, 0x7fffffff, "pool number"},
     {"SECONDS", Kind::number, 10, 1000000, "seconds"},
     {"LINES", Kind::number, 0, 512, "lines on a page, 0 = no paging"},

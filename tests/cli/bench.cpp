@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "dhcp/relay.h"
 #include "dhcp/server.h"
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
@@ -17,6 +18,17 @@ namespace {
 cli::FakeSwitch& the_fake() {
   static cli::FakeSwitch fake;
   return fake;
+}
+
+/// Its switches outlive init_DHCPR_cfg().
+void reset_relay() {
+  DHCPR_stop();
+  DHCPR_set_trust(1);
+  DHCPR_set_dhcp_option82_switch(1);
+  DHCPR_set_route_port(24);
+  DHCPR_set_route_vlan(0, 0);
+  dhcp_relay_clear_counters();
+  init_DHCPR_cfg();
 }
 
 }  // namespace
@@ -136,6 +148,7 @@ CliTest::CliTest() : directory(testing::TempDir() + "cli_" + std::to_string(getp
 
 CliTest::~CliTest() {
   wipe();
+  exit_DHCPR_cfg();
   exit_dhcp_snooping();
   exit_dhcp6_snooping();
   dhcp_snoop_set_database_path(nullptr, nullptr);
@@ -146,6 +159,7 @@ CliTest::~CliTest() {
 FakeSwitch& CliTest::fake() { return the_fake(); }
 
 void CliTest::wipe() {
+  reset_relay();
   fake::reset();
   init_DHCPS_cfg();
   init_dhcp_snooping();

@@ -62,7 +62,8 @@ TEST_F(MatchTest, PointsAtTheWordThatIsWrong) {
       {Mode::exec, "c t", "0: \"c\" is ambiguous: configure copy clear"},
       {Mode::exec, "show ip dhcp xyz", "13: \"xyz\" is not known here"},
       {Mode::exec, "  show  vlan 5", "13: the command ends before \"5\""},
-      {Mode::exec, "show ip", "8: the command is not complete; expected: arp, dhcp, igmp, interface, verify"},
+      {Mode::exec, "show ip",
+       "8: the command is not complete; expected: arp, dhcp, helper-address, igmp, interface, verify"},
       {Mode::exec, "show interfaces gi 11", "19: the port number must be a number from 1 to 10"},
       {Mode::configure, "vlan 4095", "5: a VLAN identifier must be a number from 1 to 4094"},
       {Mode::configure, "vlan 7-5", "5: the range 7-5 ends before it begins"},
@@ -120,7 +121,8 @@ TEST_F(MatchTest, VlanListsAreSortedAndJoined) {
 }
 
 TEST_F(MatchTest, OffersWhatMayComeNext) {
-  EXPECT_THAT(words_of(choices("show ip ", Mode::exec)), ElementsAre("arp", "dhcp", "igmp", "interface", "verify"));
+  EXPECT_THAT(words_of(choices("show ip ", Mode::exec)),
+              ElementsAre("arp", "dhcp", "helper-address", "igmp", "interface", "verify"));
   EXPECT_THAT(words_of(choices("sh ip d", Mode::exec)), ElementsAre("dhcp"));
   EXPECT_THAT(words_of(choices("show interfaces ", Mode::exec)), ElementsAre("gigabitethernet", "<cr>"));
   EXPECT_THAT(words_of(choices("lease ", Mode::pool)), ElementsAre("infinite", "<0-49710>"));
