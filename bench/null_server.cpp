@@ -1,9 +1,10 @@
-/// dhcp_null_server: the least that a DHCP server can do, for the far side of a trusted port.
+/// dhcp_null_server: the least that a DHCP server can do, for the far side of a trusted port or of a relay.
 ///
 /// Each client has one address, told from its MAC and never written down, so that what is measured is the switch in
 /// between. A DISCOVER is answered with an OFFER and a REQUEST with an ACK; anything else is let go by. Option 82 comes
-/// back as it came (RFC 3046 section 2.2), behind all other options. At its end it says how many it answered, as one
-/// JSON object. Exit status 0 = ran, 1 = could not, 2 = wrong usage.
+/// back as it came (RFC 3046 section 2.2), behind all other options. What comes through a relay agent is answered to
+/// the agent (RFC 2131 section 4.1), and whoever asks for the server's MAC is told. At its end it says how many it
+/// answered, as one JSON object. Exit status 0 = ran, 1 = could not, 2 = wrong usage.
 #include <getopt.h>
 
 #include <algorithm>
@@ -43,6 +44,12 @@ constexpr uint32_t own_address = 0x0a000001, first_address = 0x0a010000, mask = 
 constexpr size_t smallest_message = client_frame_size - frame_dhcp;
 // Type, server, lease time, mask, the longest option 82, end.
 constexpr size_t largest_message = dhcp4::fixed_size + 3 + 3 * 6 + 257 + 1;
+constexpr uint16_t all_types = 0x0003;  // the kernel's word for every EtherType
+
+// An ARP frame (RFC 826).
+constexpr uint16_t type_arp = 0x0806;
+constexpr size_t arp_operation = 20, arp_sender = 22, arp_sender_ip = 28, arp_target = 32, arp_target_ip = 38,
+                 arp_size = 42;
 
 using Frame = std::array<uint8_t, frame_dhcp + largest_message>;
 
@@ -110,15 +117,27 @@ void put_header_checksum(uint8_t* ip) {
   store_be16(ip + ip4::checksum.offset, static_cast<uint16_t>(~sum));
 }
 
-/// Headers of a server's message of `size` bytes, to everybody or to the client alone (RFC 2131 section 4.1). No UDP
-/// checksum (RFC 768).
-void put_headers(uint8_t* frame, const uint8_t* client, uint32_t address, bool broadcast, size_t size) {
+/// Where an answer goes (RFC 2131 section 4.1).
+struct Destination {
+  const uint8_t* mac;
+  uint32_t address;
+  uint16_t port;
+};
+
+constexpr uint8_t everybody[] = {0xff, 0xff, 0xff, 0xff, 0xff, 0xff};
+
+Destination destination(std::span<const uint8_t> frame, const Question& question, uint32_t client_address) {
+  const uint32_t agent = load_be32(&question.message[dhcp4::giaddr.offset]);
+  if (agent != 0) return {&frame[6], agent, udp::port_server};
+  const bool broadcast = (load_be16(&question.message[dhcp4::flags.offset]) & dhcp4::broadcast_flag) != 0;
+  if (broadcast) return {everybody, ip4::broadcast, udp::port_client};
+  return {&question.message[dhcp4::chaddr.offset], client_address, udp::port_client};
+}
+
+/// Headers of a server's message of `size` bytes. No UDP checksum (RFC 768).
+void put_headers(uint8_t* frame, const Destination& to, size_t size) {
   memset(frame, 0, frame_dhcp);
-  if (broadcast) {
-    memset(frame, 0xff, 6);
-  } else {
-    memcpy(frame, client, 6);
-  }
+  memcpy(frame, to.mac, 6);
   memcpy(frame + 6, own_mac, 6);
   store_be16(frame + 12, eth::type_ipv4);
   uint8_t* ip = frame + frame_ip;
@@ -127,17 +146,33 @@ void put_headers(uint8_t* frame, const uint8_t* client, uint32_t address, bool b
   ip[ip4::ttl.offset] = 64;
   ip[ip4::protocol.offset] = ip4::protocol_udp;
   store_be32(ip + ip4::source.offset, own_address);
-  store_be32(ip + ip4::destination.offset, broadcast ? ip4::broadcast : address);
+  store_be32(ip + ip4::destination.offset, to.address);
   put_header_checksum(ip);
   uint8_t* udp_header = frame + frame_udp;
   store_be16(udp_header + udp::source.offset, udp::port_server);
-  store_be16(udp_header + udp::destination.offset, udp::port_client);
+  store_be16(udp_header + udp::destination.offset, to.port);
   store_be16(udp_header + udp::length.offset, static_cast<uint16_t>(udp::header_size + size));
+}
+
+/// The ARP answer, written into `out`; empty when this is no question for the server's MAC.
+std::span<const uint8_t> answer_arp(std::span<const uint8_t> frame, Frame& out) {
+  if (frame.size() < arp_size || load_be16(&frame[12]) != type_arp || load_be16(&frame[arp_operation]) != 1 ||
+      load_be32(&frame[arp_target_ip]) != own_address) {
+    return {};
+  }
+  std::copy_n(frame.begin(), arp_size, out.begin());
+  memcpy(&out[0], &frame[6], 6);
+  memcpy(&out[6], own_mac, 6);
+  store_be16(&out[arp_operation], 2);
+  memcpy(&out[arp_target], &frame[arp_sender], 10);
+  memcpy(&out[arp_sender], own_mac, 6);
+  store_be32(&out[arp_sender_ip], own_address);
+  return std::span(out).first(arp_size);
 }
 
 /// The frame that answers, written into `out`; empty when there is nothing to say.
 std::span<const uint8_t> answer(std::span<const uint8_t> frame, Frame& out) {
-  if (!from_client(frame)) return {};
+  if (!from_client(frame)) return answer_arp(frame, out);
   const Question question = read_question(frame);
   if (question.server != own_address) return {};
   if (question.type != type_discover && question.type != type_request) return {};
@@ -145,10 +180,9 @@ std::span<const uint8_t> answer(std::span<const uint8_t> frame, Frame& out) {
   if (!question.agent.empty()) ++answered_with_agent;
   const uint8_t* client = &question.message[dhcp4::chaddr.offset];
   const uint32_t address = first_address + load_be16(client + 4);
-  const bool broadcast = (load_be16(&question.message[dhcp4::flags.offset]) & dhcp4::broadcast_flag) != 0;
   const uint8_t type = question.type == type_discover ? type_offer : type_ack;
   const size_t size = put_message(question, type, address, &out[frame_dhcp]);
-  put_headers(out.data(), client, address, broadcast, size);
+  put_headers(out.data(), destination(frame, question, address), size);
   return std::span(out).first(frame_dhcp + size);
 }
 
@@ -196,7 +230,7 @@ int main(int argc, char** argv) {
   signal(SIGTERM, [](int) { stop_asked = 1; });
   signal(SIGINT, [](int) { stop_asked = 1; });
   PacketPort port;
-  if (!port.open(ifname, eth::type_ipv4, error)) {
+  if (!port.open(ifname, all_types, error)) {
     fprintf(stderr, "dhcp_null_server: %s\n", error.c_str());
     return 1;
   }
