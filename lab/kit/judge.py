@@ -9,8 +9,9 @@ from kit import pcapng
 
 CHECKED = ["-o", "ip.check_checksum:TRUE", "-o", "udp.check_checksum:TRUE", "-o", "tcp.check_checksum:TRUE"]
 FROM_SWITCH = f"frame.packet_flags_direction == {pcapng.FROM_SWITCH}"
-BAD = ("_ws.malformed || ip.checksum.status == \"Bad\" || udp.checksum.status == \"Bad\" || "
-       "tcp.checksum.status == \"Bad\" || icmp.checksum.status == \"Bad\" || _ws.short")
+BAD_UDP = "udp.checksum.status == \"Bad\""
+BAD_ELSE = ("_ws.malformed || ip.checksum.status == \"Bad\" || tcp.checksum.status == \"Bad\" || "
+            "icmp.checksum.status == \"Bad\" || _ws.short")
 
 
 def frames(capture, condition):
@@ -26,8 +27,15 @@ def sent_by_switch(capture):
     return len(frames(capture, FROM_SWITCH))
 
 
-def faults(capture):
-    return frames(capture, f"({FROM_SWITCH}) && ({BAD})")
+def faults(capture, apart=()):
+    """Frames with any fault, but for those of the transactions that are judged apart."""
+    judged = "".join(f" && !(dhcp.id == {xid:#x})" for xid in apart)
+    return frames(capture, f"({FROM_SWITCH}) && ({BAD_UDP} || {BAD_ELSE}){judged}")
+
+
+def beside_checksum(capture, xid):
+    """Frames of one transaction with a fault other than a wrong UDP checksum."""
+    return frames(capture, f"({FROM_SWITCH}) && dhcp.id == {xid:#x} && ({BAD_ELSE})")
 
 
 def sees_damage(good_frame, path):

@@ -1,4 +1,5 @@
-"""A stock DHCP server as a black box in its host's namespace."""
+"""Stock DHCP servers as black boxes in their hosts' namespaces."""
+import json
 import os
 import re
 import signal
@@ -8,25 +9,23 @@ from kit.clients import wait_until
 from kit.sandbox import HERE
 
 
-class Dnsmasq:
-    """Leases `first` to `last` from the host, which gets `address`. It may be frozen, and it may lose its memory."""
+class Server:
+    """A process at a host, which gets `address`. It may be frozen, and it may lose its memory."""
 
-    def __init__(self, host, address, first, last, *more, lease="1h"):
+    ready = None  # matches what it says once it serves
+
+    def __init__(self, host, address):
         self.host, self.address = host, address
-        self.log = f"{HERE}/{host.name}.dnsmasq.log"
+        self.log = f"{HERE}/{host.name}.{type(self).__name__.lower()}.log"
         self.leases = f"{HERE}/{host.name}.leases"
-        self.words = ["dnsmasq", "--no-daemon", "--user=root", "--group=root", "--conf-file=/dev/null", "--port=0",
-                      "--no-resolv", "--no-hosts", f"--interface={host.name}", "--log-dhcp", "--dhcp-authoritative",
-                      f"--pid-file={HERE}/{host.name}.dnsmasq.pid", f"--dhcp-leasefile={self.leases}",
-                      f"--dhcp-range={first},{last},255.255.255.0,{lease}", *more]
         self.process = None
-        host.net.run("ip", "address", "add", f"{address}/24", "dev", host.name)
+        host.net.run("ip", "address", "replace", f"{address}/24", "dev", host.name)
 
     def begin(self):
         with open(self.log, "w", encoding="utf-8") as log:
-            self.process = subprocess.Popen(self.host.net.command(*self.words), stdin=subprocess.DEVNULL, stdout=log,
-                                            stderr=log)
-        wait_until(lambda: re.search("DHCP, (sockets bound|IP range)", self.said()), 10, f"{self.host.name}'s server")
+            self.process = subprocess.Popen(self.host.net.command(*self.words()), stdin=subprocess.DEVNULL, stdout=log,
+                                            stderr=log, env=dict(os.environ, KEA_LOCKFILE_DIR=HERE, KEA_PIDFILE_DIR=HERE))
+        wait_until(lambda: re.search(self.ready, self.said()), 10, f"{self.host.name}'s server")
         return self
 
     def said(self):
@@ -40,10 +39,50 @@ class Dnsmasq:
     def thaw(self):
         self.process.send_signal(signal.SIGCONT)
 
-    def forget(self):
-        """Starts anew without its leases."""
+    def end(self):
         self.process.terminate()
         self.process.wait(10)
+
+    def forget(self):
+        """Starts anew without its leases."""
+        self.end()
         if os.path.exists(self.leases):
             os.unlink(self.leases)
         self.begin()
+
+
+class Dnsmasq(Server):
+    """Leases `first` to `last`, and what further words say."""
+
+    ready = "DHCP, (sockets bound|IP range)"
+
+    def __init__(self, host, address, first, last, *more, lease="1h"):
+        super().__init__(host, address)
+        self.range, self.more = f"{first},{last},255.255.255.0,{lease}", more
+
+    def words(self):
+        return ["dnsmasq", "--no-daemon", "--user=root", "--group=root", "--conf-file=/dev/null", "--port=0",
+                "--no-resolv", "--no-hosts", f"--interface={self.host.name}", "--log-dhcp", "--dhcp-authoritative",
+                f"--pid-file={HERE}/{self.host.name}.dnsmasq.pid", f"--dhcp-leasefile={self.leases}",
+                f"--dhcp-range={self.range}", *self.more]
+
+
+class Kea(Server):
+    """Leases ranges of networks, each (network/length, "first - last", router)."""
+
+    ready = "DHCP4_STARTED"
+
+    def __init__(self, host, address, *networks):
+        super().__init__(host, address)
+        self.config = f"{HERE}/{host.name}.kea.json"
+        subnets = [{"id": number, "subnet": subnet, "pools": [{"pool": pool}],
+                    "option-data": [{"name": "routers", "data": router}]}
+                   for number, (subnet, pool, router) in enumerate(networks, 1)]
+        with open(self.config, "w", encoding="utf-8") as file:
+            json.dump({"Dhcp4": {
+                "interfaces-config": {"interfaces": [host.name], "dhcp-socket-type": "udp"},
+                "lease-database": {"type": "memfile", "persist": False}, "valid-lifetime": 3600, "subnet4": subnets,
+                "loggers": [{"name": "kea-dhcp4", "severity": "INFO", "output_options": [{"output": "stdout"}]}]}}, file)
+
+    def words(self):
+        return ["kea-dhcp4", "-c", self.config]

@@ -81,6 +81,11 @@ class Switch:
     def bindings(self):
         return {row[0]: row[2] for row in self.rows("show ip dhcp binding")}
 
+    def helpers(self):
+        """The relay's helpers: address -> (next hop, VLAN, "valid" or "probing", age, requests, replies)."""
+        return {row[0]: tuple(row[1:]) for row in map(str.split, self.cli("show ip helper-address").splitlines())
+                if len(row) == 7 and row[0].count(".") == 3}
+
     def snooped(self):
         """Whom snooping knows: MAC -> (address, VLAN, port, lease, "dynamic" or "static", "bound" or "learning")."""
         rows = [line.split() for line in self.cli("show ip dhcp snooping binding").splitlines()]

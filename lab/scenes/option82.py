@@ -1,7 +1,7 @@
 """Option 82 byte for byte: what the server gets, what the client gets back, and everything else as it was sent."""
-import struct
-
 from kit.crafted import DISCOVER, OFFER, Reply, dhcp, from_server
+from kit.expected import (AGENT, arriving, default_ids, end_at, options_at, put, resized, same_bytes, untagged,
+                          with_agent)
 from kit.scene import Port, steps_of
 
 TITLE = "A switch that tells the server where a client is"
@@ -23,87 +23,12 @@ interface gigabitethernet 12
 """
 SERVER = "192.168.10.1"
 LONGEST = "The longest identifier that fits: rack 7, room 12, building 3.."
-AGENT, END, PAD = 82, b"\xff", b"\0"
-LINK = 14
+END, PAD = b"\xff", b"\0"
 STEPS, step = steps_of()
-
-
-def default_ids(lab, vlan, port):
-    """Circuit id: type 0, VLAN, module 0, port. Remote id: type 0, the switch's MAC."""
-    circuit = b"\0\x04" + struct.pack("!HBB", vlan, 0, port)
-    return bytes([1, 6]) + circuit + bytes([2, 8]) + b"\0\x06" + bytes.fromhex(lab.switch.mac.replace(":", ""))
 
 
 def text_id(code, number, text):
     return bytes([code, len(text) + 2, number, len(text)]) + text.encode()
-
-
-def words_sum(header):
-    total = sum(struct.unpack(f"!{len(header) // 2}H", header))
-    while total > 0xFFFF:
-        total = (total & 0xFFFF) + (total >> 16)
-    return total ^ 0xFFFF
-
-
-def resized(frame, size):
-    """Both length fields made to fit a DHCP message that is `size` bytes longer, the IP checksum anew, and no UDP
-    checksum; `frame` is untagged and already has its new bytes."""
-    data = bytearray(frame)
-    ip, udp = LINK, LINK + 20
-    for at in (ip + 2, udp + 4):
-        struct.pack_into("!H", data, at, struct.unpack_from("!H", data, at)[0] + size)
-    data[ip + 10:ip + 12] = data[udp + 6:udp + 8] = b"\0\0"
-    struct.pack_into("!H", data, ip + 10, words_sum(bytes(data[ip:ip + 20])))
-    return bytes(data)
-
-
-def options_at(frame):
-    return frame.index(bytes((99, 130, 83, 99))) + 4
-
-
-def end_at(frame):
-    """Where the End option stands."""
-    at = options_at(frame)
-    while frame[at] != 255:
-        at += 1 if frame[at] == 0 else 2 + frame[at + 1]
-    return at
-
-
-def untagged(frame):
-    return frame[:12] + frame[16:] if frame[12:14] == b"\x81\x00" else frame
-
-
-def with_agent(frame, value):
-    """What the server is to get for a client's untagged frame."""
-    option = bytes([AGENT, len(value)]) + value
-    at = end_at(frame)
-    return resized(frame[:at] + option + frame[at:], len(option))
-
-
-def put(frame, where, option):
-    """The frame as its sender would have made it with one option more: first, in the middle, or last."""
-    at = options_at(frame)
-    ends = end_at(frame)
-    if where == "in the middle":
-        while at < (options_at(frame) + ends) // 2:
-            at += 2 + frame[at + 1]
-    elif where == "last":
-        at = ends
-    return resized(frame[:at] + option + frame[at:], len(option))
-
-
-def arriving(lab, mark, host, client, seconds=5):
-    """The client's next message, or the answer to it, as it comes out at a host."""
-    found = lab.wire.wait(mark, lambda frame: frame.from_switch and frame.host == host and
-                          (message := dhcp(frame.data)) is not None and message.xid == client.xid, seconds)
-    if found is None:
-        raise TimeoutError(f"nothing of {client.mac} came out at {host}")
-    return found
-
-
-def same_bytes(lab, what, got, want):
-    lab.expect_that(f"{what}: {len(want)} bytes as they should be", got.data == want or
-                    lab.say(f"got  {got.data.hex()}\nwant {want.hex()}"))
 
 
 def agent_of(lab, client, host="serv"):
