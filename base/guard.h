@@ -27,6 +27,19 @@ class CancelHold {
   int before_ = PTHREAD_CANCEL_ENABLE;
 };
 
+/// Holds a mutex for a scope.
+class MutexGuard {
+ public:
+  explicit MutexGuard(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }
+  ~MutexGuard() { pthread_mutex_unlock(&mutex_); }
+  MutexGuard(const MutexGuard&) = delete;
+  MutexGuard& operator=(const MutexGuard&) = delete;
+
+ private:
+  CancelHold hold_;
+  pthread_mutex_t& mutex_;
+};
+
 /// Takes a word that only one may hold: waits in half-second steps until it is 0, sets 255, and 0 again at the end.
 class BusyGuard {
  public:

@@ -6,6 +6,7 @@
 #include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 namespace dhcp::base {
 
@@ -42,6 +43,22 @@ struct Ip6 {
     return ip;
   }
 
+  /// The last address that agrees in the first `bits` (0..128).
+  Ip6 last_in_prefix(unsigned bits) const {
+    Ip6 ip = *this;
+    for (unsigned bit = bits; bit < 8 * ip.bytes.size(); ++bit) {
+      ip.bytes[bit / 8] = static_cast<uint8_t>(ip.bytes[bit / 8] | 0x80u >> bit % 8);
+    }
+    return ip;
+  }
+
+  /// Spreads neighbouring addresses over a table; its high bits are the good ones.
+  uint32_t hash() const {
+    uint32_t mixed = 0;
+    for (size_t i = 0; i < 4; ++i) mixed = (mixed ^ word(i)) * 0x9e3779b1u;
+    return mixed;
+  }
+
   /// The four 32-bit words of the address, the first bytes in word 0.
   uint32_t word(size_t index) const {
     const uint8_t* at = &bytes[4 * index];
@@ -49,5 +66,11 @@ struct Ip6 {
   }
   uint32_t last32() const { return word(3); }
 };
+
+/// The address behind `ip`; nothing behind the last one there is.
+inline std::optional<Ip6> behind(const Ip6& ip) {
+  const Ip6 next = ip.next();
+  return next.is_zero() ? std::nullopt : std::optional(next);
+}
 
 }  // namespace dhcp::base

@@ -17,11 +17,23 @@ inline std::optional<Ip6> parse_ip6(const char* text) {
   return ip;
 }
 
+/// An address with the length of its prefix.
+struct OwnIp6 {
+  Ip6 ip;
+  uint8_t prefix_len;
+};
+
 /// The configured address; nothing when the VLAN has no interface, or the interface no address.
-inline std::optional<Ip6> own_ip6(uint32_t vlan) {
+inline std::optional<OwnIp6> own_ip6_prefix(uint32_t vlan) {
   sysmng_vlan_info info{};
   if (sysmng_vlan_info_get(vlan, &info) < 1) return std::nullopt;
-  return parse_ip6(info.ip6);
+  const auto ip = parse_ip6(info.ip6);
+  return ip ? std::optional(OwnIp6{*ip, info.prefix6}) : std::nullopt;
+}
+
+inline std::optional<Ip6> own_ip6(uint32_t vlan) {
+  const auto own = own_ip6_prefix(vlan);
+  return own ? std::optional(own->ip) : std::nullopt;
 }
 
 }  // namespace dhcp::base

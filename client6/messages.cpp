@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/link_local.h"
 #include "base/log.h"
 #include "base/os.h"
 #include "client6/client6.h"
@@ -25,14 +26,6 @@ constexpr size_t frame_room = packet::tagged_dhcp6_offset + packet::dhcp6::heade
 constexpr std::array<uint8_t, 8> wanted_options{0, 17, 0, 23, 0, 24, 0, 39};
 
 unsigned int transactions = 1;  // state of the generator
-
-/// fe80::/64 and the MAC as an interface identifier (RFC 4291 appendix A): what Linux gives the interface.
-base::Ip6 link_local(const base::MacAddress& mac) {
-  const auto& m = mac.bytes;
-  constexpr uint8_t universal_bit = 2;
-  return {{0xfe, 0x80, 0, 0, 0, 0, 0, 0, static_cast<uint8_t>(m[0] ^ universal_bit), m[1], m[2], 0xff, 0xfe, m[3], m[4],
-           m[5]}};
-}
 
 /// One message on its way to all servers; the frame is built in place, one at a time under the list's word.
 class Outgoing {
@@ -105,7 +98,7 @@ int dhcp6c_send_packet(const Dhcp6cInterfaceNode* node, uint8_t* frame, int mess
       .to_mac = packet::all_dhcp6_servers_mac,
       .from_mac = own,
       .vlan = static_cast<uint16_t>(node->vlan & packet::eth::vid_mask),
-      .from = client6::link_local(own),
+      .from = base::link_local(own),
       .to = packet::all_dhcp6_servers,
       .from_port = packet::udp::port_client6,
       .to_port = packet::udp::port_server6,

@@ -15,6 +15,7 @@
 #include "dhcp/relay.h"
 #include "dhcp/relay6.h"
 #include "dhcp/server.h"
+#include "dhcp/server6.h"
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
 #include "module/module.h"
@@ -64,6 +65,7 @@ int dhcp_module_init() {
   init_DHCPR_cfg();
   init_DHCPS_cfg();
   init_dhcp6_relay_cfg();
+  init_DHCP6S_cfg();
   return 0;
 }
 

@@ -87,6 +87,14 @@ std::optional<Ia6> find_ia6(std::span<uint8_t> options) {
   return std::nullopt;
 }
 
+std::optional<IaAddress6> Ia6::whole_address() const {
+  if (!whole()) return std::nullopt;
+  const auto option = find_option6(value.subspan(fixed_size()), option6::ia_address);
+  if (!option || option->size() < ia_valid.end()) return std::nullopt;
+  const uint8_t* at = option->data();
+  return IaAddress6{base::Ip6::from(at), load_be32(at + ia_preferred.offset), load_be32(at + ia_valid.offset)};
+}
+
 OptionWriter6::OptionWriter6(std::span<uint8_t> message, size_t header_size, size_t used)
     : message_(message),
       header_size_(header_size),
@@ -207,15 +215,18 @@ int dhcp6_add_relay_option(uint8_t* message, int offset, int code, int length, c
   return append(message + relay6::header_size, offset, code, length, data);
 }
 
-int dhcp6_get_ia_type_addr(skpack* frame, int* type_out, uint32_t* iaid_out, uint32_t address_out[4]) {
+int dhcp6_get_ia_type_addr(skpack* frame, uint16_t* type_out, uint32_t* iaid_out, uint8_t address_out[16],
+                           uint32_t* valid_lifetime_out) {
   const auto message = message6_in(*frame);
   if (!message) return -1;
   const auto ia = find_ia6(message->options());
   if (!ia || !ia->whole()) return -1;
-  *type_out = ia->type;
-  *iaid_out = ia->iaid();
-  if (!ia->address) return -1;
-  for (size_t i = 0; i < 4; ++i) address_out[i] = ia->address->ip.word(i);
+  if (type_out != nullptr) *type_out = ia->type;
+  if (iaid_out != nullptr) *iaid_out = ia->iaid();
+  const auto address = ia->whole_address();
+  if (!address) return 1;
+  if (address_out != nullptr) address->ip.copy_to(address_out);
+  if (valid_lifetime_out != nullptr) *valid_lifetime_out = address->valid;
   return 0;
 }
 

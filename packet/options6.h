@@ -57,6 +57,8 @@ struct Ia6 {
   uint32_t iaid() const { return whole() ? load_be32(&value[0]) : 0; }
   uint32_t t1() const { return whole() && type == option6::ia_na ? load_be32(&value[4]) : 0; }
   uint32_t t2() const { return whole() && type == option6::ia_na ? load_be32(&value[8]) : 0; }
+  /// The first address option that lies in the IA with both its lifetimes: the only one that a server believes.
+  std::optional<IaAddress6> whole_address() const;
 };
 std::optional<Ia6> find_ia6(std::span<uint8_t> options);
 

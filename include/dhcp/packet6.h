@@ -28,9 +28,11 @@ DHCP_API int dhcp6_add_relay_option(uint8_t* message, int offset, int code, int 
     first IA_NA or, when it has none, of its first IA_TA. 0, or -1 when there is no such address. */
 DHCP_API int dhcp6_get_ia_address(struct skpack* frame, uint32_t address_out[4], uint32_t* valid_lifetime_out);
 
-/** The same with the IA's type (3 IA_NA, 4 IA_TA) and IAID, which are written also when -1 says that a whole IA holds
-    no address; without an IA they stay as they are. */
-DHCP_API int dhcp6_get_ia_type_addr(struct skpack* frame, int* type_out, uint32_t* iaid_out, uint32_t address_out[4]);
+/** Type (3 IA_NA, 4 IA_TA) and IAID of the message's first IA, and the address (bytes as on the wire) and valid
+   lifetime that it holds as a whole. 0, 1 = an IA without an address, -1 = no whole IA. Outputs may be null; those that
+   are not there stay as they are. */
+DHCP_API int dhcp6_get_ia_type_addr(struct skpack* frame, uint16_t* type_out, uint32_t* iaid_out,
+                                    uint8_t address_out[16], uint32_t* valid_lifetime_out);
 
 /** UDP checksum (RFC 8200 section 8.1) of a single-tagged frame without IPv6 extension headers, whose own checksum
     field is zero; to be stored most significant byte first. `udp_length` bytes from the UDP header on are there. */

@@ -84,7 +84,7 @@ DHCP_API extern struct Dhcp6ServerConfig dhcp6s_cfg;
 
 /** Switches the server off, frees what it holds and begins anew. */
 DHCP_API void init_DHCP6S_cfg(void);
-/** The same state again does nothing. -1 while the DHCPv6 relay is on. Takes no word. */
+/** The same state again does nothing. -1 while the DHCPv6 relay is on. */
 DHCP_API int dhcp6_server_start_stop(int on);
 DHCP_API int get_dhcp6_server_start(int* out);
 /** Ends offers after 60 seconds, leases after their valid lifetime, conflicts after a day. */

@@ -15,6 +15,14 @@ int sysmng_get_vlan_by_ipaddr(uint32_t ip) {
   return 0;
 }
 
+int sysmng_get_vlan_by_ip6addr(const uint8_t ip6[16]) {
+  for (const auto& [vlan, interface] : fake::device().vlan_interfaces) {
+    uint8_t own[16];
+    if (strtoip6(interface.ip6.c_str(), own) == 0 && memcmp(own, ip6, sizeof own) == 0) return static_cast<int>(vlan);
+  }
+  return 0;
+}
+
 int sysmng_vlan_get(int kind, sysmng_vlan_list* out) {
   out->count = 0;
   if (kind != 2) return -1;

@@ -134,12 +134,32 @@ TEST_F(Packet6, AddressIsTakenFromAWholeIaOnly) {
 }
 
 TEST_F(Packet6, IaIsKnownWithoutAnAddress) {
-  wire::Received received(wire::Message6(wire::SOLICIT6, client, wire::ia_na(0x01020304, {}, 5, 6)).frame());
-  int type = 0;
-  uint32_t iaid = 0, address[4];
-  EXPECT_EQ(dhcp6_get_ia_type_addr(received.skp(), &type, &iaid, address), -1);
-  EXPECT_EQ(type, 3);
-  EXPECT_EQ(iaid, 0x01020304u);
+  const Bytes address = wire::ia_address(ip6("2001:db8::5"), 300, 600), status = wire::option6(13, {0, 3});
+  const auto cut = [&](int size) { return wire::ia_na(7, Bytes(address.begin(), address.begin() + size)); };
+  const auto with = [](const Bytes& options) { return wire::Message6(wire::SOLICIT6, client, options); };
+  const struct {
+    Bytes options;
+    int result;
+    uint32_t type, iaid;
+  } rows[] = {
+      {wire::ia_na(7, address), 0, 3, 7},       {wire::ia_ta(8, status + address), 0, 4, 8},
+      {wire::ia_na(7, {}, 5, 6), 1, 3, 7},      {wire::ia_na(7, status), 1, 3, 7},
+      {cut(27) + wire::be32(600), 1, 3, 7},     {wire::option6(3, Bytes(11)) + wire::ia_ta(8, address), -1, 99, 99},
+      {wire::option6(4, Bytes(3)), -1, 99, 99}, {{}, -1, 99, 99},
+  };
+  for (const auto& row : rows) {
+    wire::Received received(with(row.options).frame());
+    uint16_t type = 99;
+    uint32_t iaid = 99, valid = 99;
+    wire::Ip6 found{};
+    EXPECT_EQ(dhcp6_get_ia_type_addr(received.skp(), &type, &iaid, found.data(), &valid), row.result);
+    EXPECT_EQ(dhcp6_get_ia_type_addr(received.skp(), nullptr, nullptr, nullptr, nullptr), row.result);
+    EXPECT_EQ(type, row.type);
+    EXPECT_EQ(iaid, row.iaid);
+    EXPECT_EQ(valid, row.result == 0 ? 600u : 99u);
+    EXPECT_EQ(found, row.result == 0 ? ip6("2001:db8::5") : wire::Ip6{});
+  }
+  wire::Received received(with(wire::ia_na(7, {}, 5, 6)).frame());
   const auto ia = find_ia6(Frame6::parse(*received.skp())->message().options());
   EXPECT_EQ(ia->t1(), 5u);
   EXPECT_EQ(ia->t2(), 6u);

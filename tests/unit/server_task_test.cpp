@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "dhcp/server6.h"
 #include "platform/task.h"
 #include "tests/unit/bench.h"
 
@@ -120,6 +121,28 @@ TEST_F(ServerTask, BusyPortIsToldAndTheSocketKept) {
   dhcp_server_close_socket();
   EXPECT_EQ(dhcps_cfg.sock.load(), -1);
   dhcp_server_close_socket();
+}
+
+TEST_F(ServerTask, AgesTheDhcp6ServersLeasesWhileEitherServerIsOn) {
+  const auto conflicts6 = [] { return dhcp6_server_get_conflicts(nullptr, 0); };
+  const auto rounds = [](int count) {
+    const int before = device().logged("Task entry end   process!~\n");
+    return [=] { return device().logged("Task entry end   process!~\n") >= before + count; };
+  };
+  const uint8_t ip6[16] = {0x20, 1};
+  init_DHCP6S_cfg();
+  dhcp6_add_conflict_ip(ip6);
+  at(86401);
+  run_until(rounds(2));
+  EXPECT_EQ(conflicts6(), 1) << "both are off";
+  dhcp6_server_start_stop(1);
+  run_until([&] { return conflicts6() == 0; });
+  dhcp6_server_start_stop(0);
+  dhcp6_add_conflict_ip(ip6);
+  at(2 * 86402);
+  dhcp_server_start_stop(1);
+  run_until([&] { return conflicts6() == 0; });
+  dhcp_server_start_stop(0);
 }
 
 }  // namespace
