@@ -1,5 +1,6 @@
 #include "bench/null_device.h"
 
+#include <arpa/inet.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
@@ -113,7 +114,17 @@ int sysmng_vlan_get(int, sysmng_vlan_list* out) {
   return 0;
 }
 
-int sysmng_vlan_info_get(uint32_t, sysmng_vlan_info*) { return 0; }
+int sysmng_vlan_info_get(uint32_t vlan, sysmng_vlan_info* out) {
+  const int index = dhcp::bench::vlan_index(vlan);
+  if (index < 0) return 0;
+  *out = {};
+  out->vlan = vlan;
+  out->ip = NullDevice::vlan_ips[index];
+  out->mask = NullDevice::mask;
+  out->prefix6 = NullDevice::prefix6;
+  strncpy(out->ip6, NullDevice::vlan_ip6s[index], sizeof out->ip6 - 1);
+  return 1;
+}
 int sysmng_vlan_is_mng_vlan(uint32_t vlan) { return dhcp::bench::vlan_index(vlan) >= 0 ? 1 : 0; }
 
 int sysmng_get_vlan_by_ipaddr(uint32_t ip) {
@@ -127,7 +138,7 @@ int sysmng_get_vlan_by_ipaddr(uint32_t ip) {
 int sysmng_get_vlan_by_ip6addr(const uint8_t*) { return 0; }
 int sysmng_vlan_static_ip6addr(uint32_t, const char*, int) { return 0; }
 int sysmng_get_mac(char text[18]) { return text[0] = 0; }
-int get_dev_mac(const char*, uint8_t mac[6]) { return memset(mac, 0, 6), 0; }
+int get_dev_mac(const char*, uint8_t mac[6]) { return memcpy(mac, NullDevice::mac, 6), 0; }
 int get_vlan_valid(uint32_t, int) { return 0; }
 int get_mac_aging_time(uint32_t* seconds) { return *seconds = 300, 0; }
 int probe_dynamic_get_ip_dev_change() { return 0; }
@@ -144,7 +155,7 @@ char* onu_mac2str(const uint8_t* mac, char* text) {
 int onu_str2mac(const char*, uint8_t*) { return -1; }
 const char* str_enable(int on) { return on != 0 ? "enable" : "disable"; }
 const char* str_intf_id(uint32_t) { return "Gi1"; }
-int strtoip6(const char*, uint8_t*) { return -1; }
+int strtoip6(const char* text, uint8_t* ip6) { return inet_pton(AF_INET6, text, ip6) == 1 ? 0 : -1; }
 
 uint16_t cksum(const void* buf, int len) {
   const auto* bytes = static_cast<const uint8_t*>(buf);

@@ -14,6 +14,9 @@ namespace dhcp::bench {
 struct NullDevice {
   static constexpr uint16_t vlans[] = {10, 20};
   static constexpr uint32_t vlan_ips[] = {0x0a0a0001, 0x0a140001};  // 10.10.0.1, 10.20.0.1
+  static constexpr const char* vlan_ip6s[] = {"2001:db8:10::1", "2001:db8:20::1"};
+  static constexpr uint32_t mask = 0xffff0000;
+  static constexpr uint8_t prefix6 = 64;
   static constexpr uint8_t mac[6] = {0x02, 0, 0, 0, 0, 0x01};
   static constexpr uint32_t learnt_port = 3;
 

@@ -134,6 +134,31 @@ def snooping_door():
     yield "raw", raw_step(frame(whole))
 
 
+def relay6_door():
+    inner = bytes([1, 1, 2, 3]) + struct.pack("!HH", 1, 3) + b"abc"
+    client = lambda who, kind, chosen=0, rest=b"": bytes([0, who, chosen, kind]) + rest
+    carried = struct.pack("!H", len(inner)) + inner  # in the Relay Message option that the target begins
+    solicit, forward = client(9, 1), client(9, 12, 16, b"\x05" + carried)
+    yield "solicit", solicit
+    yield "types", b"".join(client(n, n) for n in range(16))
+    yield "forward", forward + forward
+    yield "reply", client(5, 13, 17, b"\x00" + carried)  # to client 1, whose link is kept
+    yield "reply_to_client", client(8, 13, 17, b"\x03" + carried)
+    yield "unknown_peer", client(200, 13, 17, b"\x03" + carried)
+    yield "other_option_first", client(9, 12, 24, b"\x00\x00\x12\x01\x07" + carried)
+    yield "no_option", client(9, 12, 0, b"\x00") + client(5, 13, 0, b"\x00")
+    yield "lying_length", client(9, 12, 80, b"\x00" + carried + b"\xff") + client(9, 1, 64, b"\x07") + client(9, 1, 64, b"\x00")
+    yield "crowd", bytes([7, 1, 7, 2]) + solicit + bytes([5, 4, 61]) + solicit
+    yield "destinations", b"".join(bytes([5, 0x81, 0x80 | n, 5, 1, n]) for n in range(16)) + solicit
+    yield "no_address", bytes([5, 1, 0xA5]) + solicit
+    yield "ageing", bytes([5, 4, 0xA0, 5, 3, 0]) + solicit + bytes([5, 2, 0]) + solicit
+    yield "longest", client(9, 12, 16, b"\x00" + struct.pack("!H", 1499) + bytes(1499))
+    for cut in (0, 13, 17, 57, 65, 66, 69, 70, 99, 100, 103):
+        whole6 = bytes(6) + bytes([2, 0, 0, 0, 0, 7, 0x81, 0, 0, 10, 0x86, 0xDD, 0x60, 0, 0, 0, 0, 46, 17, 1]) + bytes(32)
+        whole6 += struct.pack("!HHHH", 547, 547, 46, 0) + bytes([12, 0]) + bytes(32) + struct.pack("!HH", 9, 0)
+        yield f"cut_{cut}", raw_step(whole6[:cut])
+
+
 def binding_file():
     line = b"02:00:00:00:00:%02x,3600,10,%d,0,%u\n"
     yield "three", b"".join(line % (n, n, 0x0A0A0000 + n) for n in (1, 2, 3))
@@ -145,7 +170,7 @@ def binding_file():
     yield "no_newline", (line % (1, 1, 5))[:-1]
 
 
-for target in (server_door, options4, option82, snooping_door, binding_file):
+for target in (server_door, options4, option82, snooping_door, relay6_door, binding_file):
     folder = CORPUS / target.__name__
     folder.mkdir(parents=True, exist_ok=True)
     for name, data in target():
