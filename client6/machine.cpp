@@ -53,7 +53,7 @@ bool put_on_interface(const Dhcp6cInterfaceNode& node) {
                 address.c_str(), node.prefix_len);
   DHCP_LOG_FROM(__func__, __LINE__, 6, base::module_frame, "dhcpc",
                 "DHCPv6 client obtain ipv6 address valid lifetime:%u\n", node.valid_lifetime);
-  char text[64];
+  char text[80];
   snprintf(text, sizeof text, "%s/%d", address.c_str(), node.prefix_len);
   return sysmng_vlan_static_ip6addr(node.vlan, text, 1) == 0;
 }
