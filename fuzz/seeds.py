@@ -170,7 +170,32 @@ def binding_file():
     yield "no_newline", (line % (1, 1, 5))[:-1]
 
 
-for target in (server_door, options4, option82, snooping_door, relay6_door, binding_file):
+def relay_step(who, chosen, server=0, rest=b"", reply=False, group=False):
+    """A message of a client or of a helper: who, VLAN, flags and options, which helper."""
+    return bytes([(1 if reply else 0) | (8 if group else 0), who, chosen, server]) + rest
+
+
+def relay_door():
+    broadcast, identified, client82, more, endless = 8, 16, 32, 64, 128
+    circuit = option(1, b"here!")
+    asked = relay_step(9, 0) + relay_step(9, 0x11 | broadcast, 0, reply=True)
+    yield "exchange", asked + relay_step(9, identified) + relay_step(9, 0x11, 0, reply=True)
+    yield "chosen_unknown", relay_step(9, identified, 2) + relay_step(9, identified, 9)
+    yield "reply_unknown", relay_step(40, 1, reply=True) + relay_step(40, 5, reply=True)
+    for trust in range(3):
+        for insert in range(2):
+            yield f"option82_{trust}{insert}", bytes([5, 0, trust, 5, 1, insert]) + asked + relay_step(9, client82, 7, circuit)
+    for mode in range(3):
+        yield f"tag_mode_{mode}", bytes([5, 2, 0, 5, 3, mode + 64 * mode // 2]) + asked + relay_step(9, client82, 7, circuit)
+    yield "no_helper", b"".join(bytes([5, 5, n]) for n in range(3)) + asked
+    yield "many_helpers", b"".join(bytes([5, 4, 64 | n]) for n in range(12)) + asked
+    yield "crowd", b"".join(bytes([7, n]) for n in range(4)) + asked + bytes([5, 7, 21]) + asked
+    yield "endless", relay_step(9, endless) + relay_step(9, endless | more, rest=bytes([1, 82]))
+    yield "grown", relay_step(9, more, rest=bytes([200]) + bytes(200), group=True)
+    yield "raw", raw_step(frame(whole)) + raw_step(frame(whole)[:300])
+
+
+for target in (server_door, options4, option82, snooping_door, relay_door, relay6_door, binding_file):
     folder = CORPUS / target.__name__
     folder.mkdir(parents=True, exist_ok=True)
     for name, data in target():

@@ -1,6 +1,7 @@
 /// The clients whose requests were relayed, so that replies find their way back: 200 slots of the record, touched by
 /// the dispatch task alone.
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #include "base/log.h"
@@ -19,6 +20,15 @@ uint64_t key_of(const uint8_t* mac) {
   uint64_t key = 0;
   memcpy(&key, mac, 6);
   return key;
+}
+
+/// The same for a slot, by one load: it begins with the MAC.
+uint64_t key_of(const DhcpInfoNode& slot) {
+  static_assert(offsetof(DhcpInfoNode, mac) == 0 && sizeof(DhcpInfoNode) >= sizeof(uint64_t));
+  static constexpr uint8_t six[6] = {0xff, 0xff, 0xff, 0xff, 0xff, 0xff};
+  uint64_t key = 0;
+  memcpy(&key, &slot, sizeof key);
+  return key & key_of(six);
 }
 
 void change_count(int32_t by) {
@@ -57,7 +67,7 @@ int get_valid_table_index(const uint8_t mac[6], int* found) {
   for (int index = 0; index < DHCPR_TRANSACTIONS; ++index) {
     const DhcpInfoNode& slot = dhcpr_cfg.info_table[index];
     if (slot.valid != 1) return index;
-    if (key_of(slot.mac) == wanted) {
+    if (key_of(slot) == wanted) {
       *found = 1;
       return index;
     }
@@ -95,7 +105,7 @@ int get_dhcp_info(const uint8_t mac[6], uint32_t* from_ip_out, uint32_t* from_po
     if (left <= 0) return -1;
     if (slot.valid == 0) continue;
     --left;
-    if (key_of(slot.mac) != wanted) continue;
+    if (key_of(slot) != wanted) continue;
     if (from_ip_out != nullptr) *from_ip_out = slot.from_ip;
     if (from_port_out != nullptr) *from_port_out = slot.from_port;
     if (from_vlan_out != nullptr) *from_vlan_out = slot.from_vlan;
