@@ -1,4 +1,4 @@
-/// bench_snooping: what one frame costs IPv4 snooping, by the number of bindings it holds.
+/// bench_snooping: what one frame costs IPv4 and DHCPv6 snooping, by the number of bindings they hold.
 ///
 /// Clients take turns, so that each frame is for another binding. Beside the times it prints cost(249)/cost(1) and the
 /// blocks taken per frame, and it ends with status 1 when a frame at 249 bindings costs more than 1.5 times that at 1,
@@ -6,12 +6,16 @@
 #include <benchmark/benchmark.h>
 
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "bench/client_frames.h"
 #include "bench/harness.h"
 #include "bench/null_device.h"
 #include "dhcp/snooping.h"
+#include "dhcp/snooping6.h"
+#include "packet/datagram6.h"
+#include "packet/options6.h"
 
 namespace dhcp::bench {
 
@@ -40,7 +44,42 @@ ReceivedFrame ack(uint32_t index) {
   return frame;
 }
 
-/// Snooping with `count` clients bound.
+/// The IPv6 client's address is its number.
+base::Ip6 ip6_of(uint32_t index) {
+  base::Ip6 ip{{0x20, 0x01, 0x0d, 0xb8}};
+  packet::store_be32(&ip.bytes[12], first_ip + index);
+  return ip;
+}
+
+/// A DHCPv6 message with an IA_NA; a server's goes to the client.
+ReceivedFrame frame6(packet::MessageType6 type, uint32_t index, uint16_t vlan, bool from_server) {
+  std::vector<uint8_t> buffer(packet::datagram6_room);
+  const auto message = packet::datagram6_message(buffer);
+  message[0] = static_cast<uint8_t>(type);
+  packet::OptionWriter6 writer(message);
+  writer.add(packet::option6::client_id, packet::duid_ll(client_mac(index)));
+  packet::add_ia6(writer, packet::option6::ia_na, index, 1800, 2880, {ip6_of(index), 3600, 3600});
+  packet::Datagram6 datagram{.to_mac = packet::all_dhcp6_servers_mac,
+                             .from_mac = client_mac(index),
+                             .vlan = vlan,
+                             .from = ip6_of(index),
+                             .to = packet::all_dhcp6_servers,
+                             .from_port = packet::udp::port_client6,
+                             .to_port = packet::udp::port_server6};
+  if (from_server) {
+    std::swap(datagram.to_mac, datagram.from_mac);
+    std::swap(datagram.from_port, datagram.to_port);
+  }
+  return ReceivedFrame(packet::finish_datagram6(buffer, writer.message_size(), datagram),
+                       from_server ? uplink : client_port);
+}
+
+ReceivedFrame request6(uint32_t index, uint16_t vlan = snooped) {
+  return frame6(packet::MessageType6::request, index, vlan, false);
+}
+ReceivedFrame reply6(uint32_t index) { return frame6(packet::MessageType6::reply, index, snooped, true); }
+
+/// Both snoopings with `count` clients bound.
 class Snooping {
  public:
   explicit Snooping(uint32_t count) {
@@ -48,15 +87,27 @@ class Snooping {
     set_dhcp_snoop_switch(1);
     set_dhcp_snoop_vlan(1, snooped);
     set_dhcp_snoop_trust(1, uplink);
+    init_dhcp6_snooping();
+    set_dhcp6_snoop_switch(1);
+    set_dhcp6_snoop_vlan(1, snooped);
+    set_dhcp6_snoop_trust(1, uplink);
     for (uint32_t index = 0; index < count; ++index) {
       ReceivedFrame ask = request(index), answer = ack(index);
       dhcp_packet_snooping_process(&ask.skp());
       dhcp_packet_snooping_process(&answer.skp());
+      ReceivedFrame ask6 = request6(index), answer6 = reply6(index);
+      dhcp6_packet_snooping_process(&ask6.skp());
+      dhcp6_packet_snooping_process(&answer6.skp());
     }
     DhcpSnoopBinding bound{};
-    whole_ = dhcp_snoop_get_bindings(&bound, 1) == static_cast<int>(count) && bound.state == 1;
+    Dhcp6SnoopBinding bound6{};
+    whole_ = dhcp_snoop_get_bindings(&bound, 1) == static_cast<int>(count) && bound.state == 1 &&
+             dhcp6_snoop_get_bindings(&bound6, 1) == static_cast<int>(count) && bound6.state == 1;
   }
-  ~Snooping() { exit_dhcp_snooping(); }
+  ~Snooping() {
+    exit_dhcp_snooping();
+    exit_dhcp6_snooping();
+  }
   Snooping(const Snooping&) = delete;
   Snooping& operator=(const Snooping&) = delete;
   bool whole() const { return whole_; }
@@ -66,13 +117,13 @@ class Snooping {
 };
 
 template <class Make>
-void run(benchmark::State& state, Make make) {
+void run(benchmark::State& state, Make make, int (*entry)(skpack*) = dhcp_packet_snooping_process) {
   const auto count = static_cast<uint32_t>(state.range(0));
   const Snooping snooping(count);
   std::vector<ReceivedFrame> frames;
   for (uint32_t index = 0; index < count; ++index) frames.push_back(make(index));
   if (!snooping.whole()) return state.SkipWithError("a client was not bound");
-  take_turns(state, dhcp_packet_snooping_process, frames);
+  take_turns(state, entry, frames);
 }
 
 void bound_request(benchmark::State& state) {
@@ -95,10 +146,25 @@ void option82(benchmark::State& state) {
   });
 }
 
+void bound_request6(benchmark::State& state) {
+  run(
+      state, [](uint32_t index) { return request6(index); }, dhcp6_packet_snooping_process);
+}
+
+void server_reply6(benchmark::State& state) { run(state, reply6, dhcp6_packet_snooping_process); }
+
+void foreign_vlan6(benchmark::State& state) {
+  run(
+      state, [](uint32_t index) { return request6(index, other); }, dhcp6_packet_snooping_process);
+}
+
 BENCHMARK(bound_request)->Arg(1)->Arg(249);
 BENCHMARK(server_ack)->Arg(1)->Arg(249);
 BENCHMARK(foreign_vlan)->Arg(1)->Arg(249);
 BENCHMARK(option82)->Arg(1)->Arg(249);
+BENCHMARK(bound_request6)->Arg(1)->Arg(249);
+BENCHMARK(server_reply6)->Arg(1)->Arg(249);
+BENCHMARK(foreign_vlan6)->Arg(1)->Arg(249);
 
 }  // namespace
 

@@ -168,6 +168,9 @@ def binding_file():
     yield "numbers", b"ffffffff:-1:0x10:1:2:3,-1,99999999999,-5,7,4294967296\n"
     yield "many", b"".join(line % (n % 256, 1, n) for n in range(1, 300))
     yield "no_newline", (line % (1, 1, 5))[:-1]
+    line6 = b"02:00:00:00:00:%02x,3600,10,%d,0,2001:db8::%x\n"
+    yield "ipv6", b"".join(line6 % (n, n, n) for n in (1, 2, 3)) + line6 % (1, 2, 9) + line6 % (4, 1, 1)
+    yield "ipv6_long", b"02:00:00:00:00:01,1,10,1,0," + b"0:" * 60 + b"\n" + (line6 % (1, 1, 5)).replace(b"\n", b"\r\n")
 
 
 def relay_step(who, chosen, server=0, rest=b"", reply=False, group=False):
@@ -195,7 +198,50 @@ def relay_door():
     yield "raw", raw_step(frame(whole)) + raw_step(frame(whole)[:300])
 
 
-for target in (server_door, options4, option82, snooping_door, relay_door, relay6_door, binding_file):
+def snooping6_step(step, who, chosen, kind, more=0, rest=b""):
+    """A message on the port that the step chooses: client, VLAN and addresses, DHCPv6 type, options and their bytes."""
+    return bytes([step, who, chosen, kind, more]) + rest
+
+
+def snooping6_door():
+    leased = bytes([5]) + struct.pack("!II", 300, 600)
+    reply = snooping6_step(TRUSTED, 9, 4, 7, rest=leased)
+    lease = snooping6_step(UNTRUSTED, 9, 0, 1, 16) + reply
+    yield "lease", lease + bytes([7, 0xFF, 7, 0xFF])
+    yield "temporary", snooping6_step(UNTRUSTED, 9, 0, 3, 16) + snooping6_step(TRUSTED, 9, 4, 7, 1, leased)
+    yield "moves", lease + snooping6_step(0x30, 9, 1, 3, 16) + snooping6_step(TRUSTED, 9, 4, 7, rest=leased)
+    yield "same_address", lease + snooping6_step(UNTRUSTED, 8, 0, 1, 16) + snooping6_step(TRUSTED, 8, 4, 7, rest=leased)
+    yield "static", snooping6_step(TRUSTED, 1, 4, 7, rest=leased) + bytes([5, 4, 0xA1])
+    yield "rogue", snooping6_step(UNTRUSTED, 9, 4, 2) + snooping6_step(UNTRUSTED, 9, 4, 13)
+    yield "unknown", snooping6_step(UNTRUSTED, 9, 0, 5, 16)
+    yield "trusted_later", lease + bytes([5, 3, 1 + 3 * 2]) + reply
+    yield "relay", bytes([5, 0, 1]) + lease + bytes([5, 1, 0])
+    yield "servers", bytes([5, 2, 0x88]) + snooping6_step(TRUSTED, 9, 12, 7, rest=leased)
+    yield "endless", snooping6_step(UNTRUSTED, 9, 0, 1, 16) + snooping6_step(TRUSTED, 9, 4, 7, rest=bytes([5]) + b"\xff" * 8) + bytes([7, 1, 7, 1])
+    for size in (35, 36, 39, 40):
+        yield f"ia_{size}", snooping6_step(UNTRUSTED, 9, 0, 1, 16) + snooping6_step(TRUSTED, 9, 4, 7, 4, leased + bytes([size]))
+    yield "udp_length", snooping6_step(UNTRUSTED, 9, 0, 1, 16) + snooping6_step(TRUSTED, 9, 4, 7, 32, leased + b"\0\x0c")
+    yield "crowd", b"".join(bytes([15, n]) for n in range(5)) + snooping6_step(UNTRUSTED, 9, 0, 1, 16) + bytes([7, 31])
+    for kind in range(18):
+        yield f"clear_{kind}", lease + bytes([5, 5, kind])
+
+
+def options6():
+    two = lambda code, value: struct.pack("!HH", code, len(value)) + value
+    address = two(5, bytes(24))
+    solicit = bytes([1, 1, 2, 3]) + two(1, bytes(10)) + two(3, bytes(12) + address)
+    yield "message", b"\0\0" + solicit
+    yield "temporary", b"\0\0" + bytes(4) + two(4, bytes(4) + address)
+    yield "status_first", b"\0\0" + bytes(4) + two(3, bytes(12) + two(13, bytes(30)))
+    yield "relay", b"\0\0" + bytes([12, 1]) + bytes(32) + two(9, solicit) + two(18, b"port")
+    for length in (0, 7, 8, 12, 13, 15, 16, 30, 0x7FF):
+        yield f"claims_{length}", struct.pack("!H", 0x8000 | length) + solicit
+    yield "write_full", bytes([200]) + struct.pack("!HH", 1, 950) + bytes(950) + bytes([0])
+    yield "write_one_more", bytes([200]) + struct.pack("!HH", 1, 951) + bytes(951) + bytes([0])
+    yield "nested", bytes([40]) + struct.pack("!HH", 3, 12) + bytes(12) + bytes([7]) + bytes(7)
+
+
+for target in (server_door, options4, option82, snooping_door, relay_door, relay6_door, binding_file, snooping6_door, options6):
     folder = CORPUS / target.__name__
     folder.mkdir(parents=True, exist_ok=True)
     for name, data in target():

@@ -7,6 +7,7 @@
 
 #include "base/log.h"
 #include "base/text.h"
+#include "binding/clears.h"
 #include "binding/database.h"
 #include "binding/line.h"
 #include "snooping6/bindings.h"
@@ -21,8 +22,8 @@ binding::Database<BindingRules> database(bindings,
 /// A saved binding takes the place of one of the same MAC, VLAN and interface, such as a static one that the host has
 /// configured already: a second one would be saved as well, and every restart would bring one more.
 void take_in(MacBind6Struct* entry) {
-  MacBind6Struct* known = bindings.find(entry->mac);
-  if (known != nullptr && known->vlan == entry->vlan && known->intf == entry->intf) bindings.erase(*known);
+  binding::erase_matching(bindings, binding::by_mac | binding::by_vlan | binding::by_intf,
+                          {{}, base::MacAddress::from(entry->mac), entry->vlan, entry->intf});
   bindings.add(*entry);
   binding::note_lease(g_dhcp6_snooping.min_lease, entry->lease);
   bindings.enter_address(*entry);
