@@ -1,7 +1,7 @@
 # The Debian packages that building, the lab and the checks need. Sourced by ./demo and ./check.
 
 demo_packages="g++ cmake ninja-build libcli-dev
-  python3 python3-scapy tshark isc-dhcp-client dhcpcd-base dnsmasq-base kea-dhcp4-server
+  python3 python3-scapy tshark isc-dhcp-client dhcpcd-base dnsmasq-base kea-dhcp4-server kea-dhcp6-server
   iproute2 util-linux"
 check_packages="$demo_packages clang clang-format clang-tidy libclang-rt-14-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev g++-mips-linux-gnu qemu-user

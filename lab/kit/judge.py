@@ -11,7 +11,7 @@ CHECKED = ["-o", "ip.check_checksum:TRUE", "-o", "udp.check_checksum:TRUE", "-o"
 FROM_SWITCH = f"frame.packet_flags_direction == {pcapng.FROM_SWITCH}"
 BAD_UDP = "udp.checksum.status == \"Bad\""
 BAD_ELSE = ("_ws.malformed || ip.checksum.status == \"Bad\" || tcp.checksum.status == \"Bad\" || "
-            "icmp.checksum.status == \"Bad\" || _ws.short")
+            "icmp.checksum.status == \"Bad\" || icmpv6.checksum.status == \"Bad\" || _ws.short")
 
 
 def frames(capture, condition):

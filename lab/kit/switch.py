@@ -86,9 +86,9 @@ class Switch:
         return {row[0]: tuple(row[1:]) for row in map(str.split, self.cli("show ip helper-address").splitlines())
                 if len(row) == 7 and row[0].count(".") == 3}
 
-    def snooped(self):
+    def snooped(self, family="ip"):
         """Whom snooping knows: MAC -> (address, VLAN, port, lease, "dynamic" or "static", "bound" or "learning")."""
-        rows = [line.split() for line in self.cli("show ip dhcp snooping binding").splitlines()]
+        rows = [line.split() for line in self.cli(f"show {family} dhcp snooping binding").splitlines()]
         return {row[0]: (row[1], int(row[2]), row[3], row[4], row[6], row[7])
                 for row in rows if len(row) == 8 and row[0].count(":") == 5}
 

@@ -1,12 +1,13 @@
 """Plain traffic of a host that claims a MAC and an address, rightly or not, and whether the switch lets it through.
 
 A switch that drops a frame says nothing. But it keeps the order between two ports, and no guard looks at a frame that
-is neither IPv4 nor ARP: so when such a frame, sent afterwards, has come through, the one before it never will.
+is neither IP nor ARP: so when such a frame, sent afterwards, has come through, the one before it never will.
 """
 import itertools
 
 from kit.crafted import BROADCAST
 from scapy.layers.inet import ICMP, IP
+from scapy.layers.inet6 import ICMPv6EchoReply, ICMPv6EchoRequest, IPv6
 from scapy.layers.l2 import ARP, Ether
 from scapy.packet import Raw
 
@@ -32,7 +33,9 @@ class Speaker:
 
     def _echo(self, to, to_ip):
         marker = b"echo %08d of the lab" % next(_numbers)
-        packet = IP(src=self.ip, dst=to_ip) / ICMP(id=0x1ab) / Raw(marker)
+        six = ":" in self.ip
+        packet = IPv6(src=self.ip, dst=to_ip) / ICMPv6EchoRequest() if six else IP(src=self.ip, dst=to_ip) / ICMP(id=0x1ab)
+        packet /= Raw(marker)
         return marker, bytes(Ether(src=self.mac, dst=to.mac) / packet)
 
     def reaches(self, to, to_ip):
@@ -47,8 +50,10 @@ class Speaker:
         self.host.send(frame)
 
         def reply(seen):
-            return (seen.from_switch and seen.host == self.host.name and seen.data[12:14] == b"\x08\x00" and
-                    marker in seen.data and seen.data[34] == 0)
+            if not seen.from_switch or seen.host != self.host.name or marker not in seen.data:
+                return False
+            packet = Ether(seen.data)
+            return ICMPv6EchoReply in packet or ICMP in packet and packet[ICMP].type == 0
         return self.wire.wait(mark, reply, seconds) is not None
 
     def asks_for(self, to, wanted, sender=None):

@@ -1,0 +1,51 @@
+"""Stock DHCPv6 clients as black boxes, each in its host's namespace."""
+import os
+
+from kit.clients import Client, Dhclient, wait_until
+from kit.ip6 import addresses, speaks_ip6
+from kit.sandbox import HERE, run
+
+
+class Client6(Client):
+    """A client of a host that has its link-local address."""
+
+    def __init__(self, host):
+        super().__init__(host)
+        speaks_ip6(host)
+
+    def address(self):
+        """The first global address on the interface, without its length."""
+        found = addresses(self.host.net.run("ip", "-6", "address", "show", "dev", self.host.name))
+        return found[0].split("/")[0] if found else None
+
+    def bind(self):
+        """Starts the client and waits for the address on the interface."""
+        self.begin()
+        try:
+            return wait_until(self.address, 20, f"an address on {self.host.name}")
+        except TimeoutError as error:
+            raise TimeoutError(f"{error}; it said:\n{self.said()}") from None
+
+
+class Dhclient6(Client6, Dhclient):
+    def _words(self, *more):
+        name = self.host.name
+        return ["dhclient", *more, "-6", "-lf", f"/var/lib/dhcp/dhclient6.{name}.leases", "-pf",
+                f"/run/dhclient6.{name}.pid", name]
+
+
+class Dhcpcd6(Client6):
+    def begin(self):
+        path = f"{HERE}/{self.host.name}.dhcpcd6.conf"
+        with open(path, "w", encoding="ascii") as file:
+            file.write("duid ll\nipv6only\nnoipv6rs\nnodelay\nia_na\noption dhcp6_name_servers, dhcp6_domain_search\n")
+        os.makedirs("/run/dhcpcd", exist_ok=True)
+        self._start("dhcpcd", "--nobackground", "--debug", "--config", path, "--script", "/bin/true", self.host.name)
+
+    def renew(self):
+        """Asks the running client to renew its lease with the server that gave it."""
+        run(*self.host.net.command("dhcpcd", "--renew", self.host.name))
+
+    def release(self):
+        run(*self.host.net.command("dhcpcd", "--release", self.host.name))
+        self.process.wait(10)

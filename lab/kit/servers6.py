@@ -1,0 +1,60 @@
+"""Stock DHCPv6 servers as black boxes in their hosts' namespaces."""
+import json
+
+from kit.ip6 import speaks_ip6
+from kit.sandbox import HERE
+from kit.servers import Server
+
+
+class Server6(Server):
+    """A process at a host that gets `address` in a /64 and a link-local one."""
+
+    def __init__(self, host, address):  # not super's: that gives an IPv4 address
+        self.host, self.address = host, address
+        self.log = f"{HERE}/{host.name}.{type(self).__name__.lower()}.log"
+        self.leases = f"{HERE}/{host.name}.leases6"
+        self.process = None
+        speaks_ip6(host, address)
+
+
+class Dnsmasq6(Server6):
+    """Leases `first` to `last` for a time, and what further words say."""
+
+    ready = "DHCPv6, (sockets bound|IP range)"
+
+    def __init__(self, host, address, first, last, *more, lease="1h"):
+        super().__init__(host, address)
+        self.range, self.more = f"{first},{last},64,{lease}", more
+
+    def words(self):
+        return ["dnsmasq", "--no-daemon", "--user=root", "--group=root", "--conf-file=/dev/null", "--port=0",
+                "--no-resolv", "--no-hosts", f"--interface={self.host.name}", "--log-dhcp", "--dhcp-authoritative",
+                f"--pid-file={HERE}/{self.host.name}.dnsmasq6.pid", f"--dhcp-leasefile={self.leases}",
+                f"--dhcp-range={self.range}", *self.more]
+
+
+class Kea6(Server6):
+    """Leases from `pool` of `network`; `times` = T1, T2, preferred and valid lifetime in seconds. Relayed messages are
+    served from further networks, each (network, pool)."""
+
+    ready = "DHCP6_STARTED"
+
+    def __init__(self, host, address, network, pool, times, dns=(), further=()):
+        super().__init__(host, address)
+        self.config = f"{HERE}/{host.name}.kea6.json"
+        subnets = [{"id": 1, "subnet": network, "interface": host.name, "pools": [{"pool": pool}],
+                    "option-data": [{"name": "dns-servers", "data": ", ".join(dns)}] if dns else []}]
+        subnets += [{"id": number, "subnet": subnet, "pools": [{"pool": first}]}
+                    for number, (subnet, first) in enumerate(further, 2)]
+        t1, t2, preferred, valid = times
+        with open(self.config, "w", encoding="utf-8") as file:
+            json.dump({"Dhcp6": {
+                "interfaces-config": {"interfaces": [host.name]},
+                "server-id": {"type": "EN", "enterprise-id": 2495, "identifier": "4c4142", "persist": False},
+                "lease-database": {"type": "memfile", "persist": False},
+                "renew-timer": t1, "rebind-timer": t2, "preferred-lifetime": preferred, "valid-lifetime": valid,
+                "subnet6": subnets,
+                "loggers": [{"name": "kea-dhcp6", "severity": "INFO", "output_options": [{"output": "stdout"}]}]}}, file)
+
+    def words(self):
+        return ["kea-dhcp6", "-c", self.config]
