@@ -134,6 +134,12 @@ def snooping_door():
     yield "raw", raw_step(frame(whole))
 
 
+def empty_relay_forward():
+    """A whole frame whose relay message option holds nothing."""
+    headers = bytes(6) + bytes([2, 0, 0, 0, 0, 7, 0x81, 0, 0, 10, 0x86, 0xDD, 0x60, 0, 0, 0, 0, 46, 17, 1]) + bytes(32)
+    return headers + struct.pack("!HHHH", 547, 547, 46, 0) + bytes([12, 0]) + bytes(32) + struct.pack("!HH", 9, 0)
+
+
 def relay6_door():
     inner = bytes([1, 1, 2, 3]) + struct.pack("!HH", 1, 3) + b"abc"
     client = lambda who, kind, chosen=0, rest=b"": bytes([0, who, chosen, kind]) + rest
@@ -154,9 +160,34 @@ def relay6_door():
     yield "ageing", bytes([5, 4, 0xA0, 5, 3, 0]) + solicit + bytes([5, 2, 0]) + solicit
     yield "longest", client(9, 12, 16, b"\x00" + struct.pack("!H", 1499) + bytes(1499))
     for cut in (0, 13, 17, 57, 65, 66, 69, 70, 99, 100, 103):
-        whole6 = bytes(6) + bytes([2, 0, 0, 0, 0, 7, 0x81, 0, 0, 10, 0x86, 0xDD, 0x60, 0, 0, 0, 0, 46, 17, 1]) + bytes(32)
-        whole6 += struct.pack("!HHHH", 547, 547, 46, 0) + bytes([12, 0]) + bytes(32) + struct.pack("!HH", 9, 0)
-        yield f"cut_{cut}", raw_step(whole6[:cut])
+        yield f"cut_{cut}", raw_step(empty_relay_forward()[:cut])
+
+
+def server6_step(who, kind, chosen=0, address=0x20, rest=b""):
+    """A client's message: type, which options, the address in its IA, what the options take."""
+    return bytes([1, who, kind, chosen, address]) + rest
+
+
+def server6_door():
+    bare = b"\x0c"  # the IA is cut behind T2: no address
+    lease = server6_step(8, 1, 32, rest=bare) + server6_step(8, 3, 4, 0x10)
+    relay = lambda who, kind, chosen=0, address=0x20, how=0, link=0x40: bytes([3, who, kind, chosen, address, how, link])
+    yield "lease", lease
+    for kind in range(1, 14):
+        yield f"type_{kind}", lease + server6_step(8, kind, 4, 0x10) + server6_step(0, kind, 4, 0x20)
+    yield "temporary", server6_step(8, 1, 16) + server6_step(8, 3, 20)
+    yield "no_client", server6_step(8, 1, 2)
+    yield "long_client", server6_step(8, 1, 1, 230, rest=b"\x20") + server6_step(8, 1, 1, 255, rest=b"\x20")
+    yield "own_static", server6_step(5, 1) + server6_step(5, 3, 4, 0x15)
+    yield "relayed", relay(9, 1) + relay(9, 3, 4, 0x50) + relay(9, 9, 4, 0x50)
+    yield "relayed_id", bytes([3, 9, 1, 0, 0x50, 16, 0x40, 3]) + b"abc" + relay(10, 1, how=12)
+    yield "expiry", lease + bytes([13, 59, 13, 60, 13, 255]) + server6_step(8, 5, 4, 0x10)
+    yield "crowd", bytes([5, 255, 5, 255]) + server6_step(8, 1)
+    yield "narrow", b"".join(relay(n, 1) for n in range(9, 27))
+    yield "pools", b"".join(bytes([6, n, 0x10, 0x30, 120]) for n in range(16)) + server6_step(8, 1)
+    yield "lists", b"".join(bytes([7, n, 0x20 | n, n]) for n in range(16)) + server6_step(8, 1)
+    for cut in (17, 57, 65, 69, 99, 103):
+        yield f"cut_{cut}", bytes([0]) + struct.pack("!H", cut) + empty_relay_forward()[:cut]
 
 
 def binding_file():
@@ -241,7 +272,7 @@ def options6():
     yield "nested", bytes([40]) + struct.pack("!HH", 3, 12) + bytes(12) + bytes([7]) + bytes(7)
 
 
-for target in (server_door, options4, option82, snooping_door, relay_door, relay6_door, binding_file, snooping6_door, options6):
+for target in (server_door, options4, option82, snooping_door, relay_door, relay6_door, server6_door, binding_file, snooping6_door, options6):
     folder = CORPUS / target.__name__
     folder.mkdir(parents=True, exist_ok=True)
     for name, data in target():

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "base/link_local.h"
+#include "packet/carried6.h"
 #include "packet/datagram6.h"
 #include "packet/egress.h"
 #include "server6/own.h"
@@ -50,8 +51,7 @@ void add_pool_options(OptionWriter6& writer, const Dhcp6Pool& pool) {
 std::span<const uint8_t> build(const Request& request, const Answer& answer) {
   const auto client_id = request.option(option6::client_id);
   if (!client_id) return {};
-  message_buffer[packet::dhcp6::msg_type.offset] = static_cast<uint8_t>(answer.type);
-  packet::store_be24(&message_buffer[packet::dhcp6::transaction_id.offset], request.message().transaction_id());
+  packet::begin_message6(message_buffer, answer.type, request.message().transaction_id());
   OptionWriter6 writer(message_buffer);
   writer.add(option6::client_id, *client_id);
   writer.add(option6::server_id, server_id());
@@ -97,10 +97,10 @@ bool send_to_relay(Request& request, std::span<const uint8_t> message) {
   if (!relay) return false;
   const auto room = packet::datagram6_message(frame_room);
   // Hop count, link and peer go back as they came (RFC 8415 section 19.3).
-  std::copy_n(request.received().message().bytes().begin(), packet::relay6::header_size, room.begin());
-  room[packet::relay6::msg_type.offset] = static_cast<uint8_t>(MessageType6::relay_reply);
-  OptionWriter6 writer(room, packet::relay6::header_size);
-  writer.add(option6::relay_message, message);
+  const size_t size = packet::put_relay_message(room, MessageType6::relay_reply, relay->hop_count(),
+                                                relay->addresses().first<32>(), message);
+  if (size == 0) return false;
+  OptionWriter6 writer(room, packet::relay6::header_size, size - packet::relay6::header_size);
   if (const auto id = packet::find_option6(relay->options(), option6::interface_id)) {
     writer.add(option6::interface_id, *id);
   }
