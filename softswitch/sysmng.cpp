@@ -62,7 +62,9 @@ int sysmng_get_vlan_by_ip6addr(const uint8_t ip6[16]) { return static_cast<int>(
 
 int sysmng_vlan_static_ip6addr(uint32_t vlan, const char* addr_slash_len, int on) {
   if (vlan > max_vlan || (on != 0 && addr_slash_len == nullptr)) return -1;
-  const char* const wanted = on != 0 ? addr_slash_len : "";
+  std::string wanted = on != 0 ? addr_slash_len : "";
+  // A length that no server has told makes no on-link prefix (RFC 8415 section 18.2.10.1): a host's address alone.
+  if (wanted.ends_with("/0")) wanted.replace(wanted.size() - 1, 1, "128");
   return vlan_interfaces().set_leased_ip6(static_cast<uint16_t>(vlan), wanted) ? -1 : 0;
 }
 

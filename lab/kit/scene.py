@@ -11,9 +11,12 @@ from dataclasses import dataclass
 
 from kit import judge
 from kit.clients import Dhclient, Dhcpcd, wait_until
+from kit.clients6 import Dhclient6, Dhcpcd6
 from kit.crafted import DISCOVER, Crafted
+from kit.dhcp6 import Crafted6
 from kit.sandbox import HERE
 from kit.servers import Dnsmasq, Kea
+from kit.servers6 import Dnsmasq6, Kea6
 from kit.switch import Switch
 from kit.traffic import Speaker
 from kit.wire import Host, Wire
@@ -68,6 +71,21 @@ class Lab:
 
     def kea(self, host, address, *networks):
         return Kea(self.hosts[host], address, *networks)
+
+    def dhclient6(self, host):
+        return Dhclient6(self.hosts[host])
+
+    def dhcpcd6(self, host):
+        return Dhcpcd6(self.hosts[host])
+
+    def dnsmasq6(self, host, *words, **settings):
+        return Dnsmasq6(self.hosts[host], *words, **settings)
+
+    def kea6(self, host, *words, **settings):
+        return Kea6(self.hosts[host], *words, **settings)
+
+    def crafted6(self, host, mac, **more):
+        return Crafted6(self.wire, self.hosts[host], mac, **more)
 
     def speaker(self, host, ip, mac=None):
         return Speaker(self.wire, self.hosts[host], ip, mac)

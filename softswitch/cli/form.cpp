@@ -39,8 +39,9 @@ std::vector<Form> collect(Mode mode) {
 }  // namespace
 
 const std::vector<Form>& forms_of(Mode mode) {
-  static const std::vector<Form> forms[] = {collect(Mode::exec), collect(Mode::configure), collect(Mode::port),
-                                            collect(Mode::vlan_interface), collect(Mode::pool)};
+  static const std::vector<Form> forms[] = {collect(Mode::exec), collect(Mode::configure),
+                                            collect(Mode::port), collect(Mode::vlan_interface),
+                                            collect(Mode::pool), collect(Mode::pool6)};
   return forms[static_cast<size_t>(mode)];
 }
 

@@ -18,6 +18,7 @@ constexpr ModeText mode_texts[] = {
     {Mode::port, "Port mode", "Entered by `interface gigabitethernet PORT`.", "interface gigabitethernet 1"},
     {Mode::vlan_interface, "VLAN interface mode", "Entered by `interface vlan VLAN`.", "interface vlan 10"},
     {Mode::pool, "Pool mode", "Entered by `ip dhcp pool POOL`.", "ip dhcp pool 1"},
+    {Mode::pool6, "DHCPv6 pool mode", "Entered by `ipv6 dhcp pool POOL`.", "ipv6 dhcp pool 1"},
     {Mode::exec, "Exec mode", "Where a session begins.", ""},
 };
 

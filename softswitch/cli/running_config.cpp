@@ -5,9 +5,12 @@
 #include <memory>
 
 #include "dhcp/relay.h"
+#include "dhcp/relay6.h"
 #include "dhcp/server.h"
+#include "dhcp/server6.h"
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
+#include "softswitch/cli/client6_interfaces.h"
 #include "softswitch/cli/output.h"
 #include "softswitch/cli/settings.h"
 #include "softswitch/cli/words.h"
@@ -51,6 +54,7 @@ std::string vlan_interface_lines(const VlanInterface& row) {
   if (row.ip != 0) text += " ip address " + dotted(row.ip) + " " + dotted(row.mask) + "\n";
   if (row.gateway != 0) text += " ip gateway " + dotted(row.gateway) + "\n";
   if (!row.ip6.empty()) text += " ipv6 address " + row.ip6 + "\n";
+  if (by_dhcp6(row.vlan)) text += " ipv6 address dhcp\n";
   return text + separator;
 }
 
@@ -80,7 +84,8 @@ std::string running_config() {
   for (uint32_t port = 1; port <= device.port_count(); ++port) text += port_lines(device.port(port).config);
   for (const VlanInterface& row : device.vlan_interfaces()) text += vlan_interface_lines(row);
   return text + module_lines(onu_dhcp_server_save) + module_lines(onu_dhcp_relay_save) +
-         module_lines(onu_dhcp_snoop_save) + module_lines(onu_dhcp6_snoop_save) + "end\n";
+         module_lines(onu_dhcp_snoop_save) + module_lines(onu_dhcp6_snoop_save) + module_lines(onu_dhcp6_relay_save) +
+         module_lines(onu_dhcp6_server_save) + "end\n";
 }
 
 std::optional<std::string> read_file(const std::string& path) {

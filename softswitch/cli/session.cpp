@@ -92,6 +92,7 @@ std::string Session::mode_text() const {
     case Mode::port:
     case Mode::vlan_interface: return "config-if";
     case Mode::pool: return "config-dhcp";
+    case Mode::pool6: return "config-dhcpv6";
   }
   return {};
 }

@@ -2,6 +2,7 @@
 #include <ctime>
 
 #include "platform/text.h"
+#include "softswitch/cli/client6_interfaces.h"
 #include "softswitch/cli/running_config.h"
 #include "softswitch/cli/session.h"
 #include "softswitch/cli/settings.h"
@@ -160,11 +161,21 @@ Outcome show_mac_table(Session& session, const Args&) {
   return {};
 }
 
+/// Configured, or leased and marked so.
+std::string ip6_of(const VlanInterface& interface) {
+  if (!interface.ip6.empty()) return interface.ip6;
+  for (const Dhcp6cInterface& row : client6_interfaces()) {
+    if (row.vlan != interface.vlan) continue;
+    return row.installed != 0 && row.has_address != 0 ? ip6_text(row.address) + " (DHCPv6)" : "DHCPv6";
+  }
+  return "-";
+}
+
 Outcome show_vlan_interfaces(Session& session, const Args&) {
   TextTable table({{"Interface"}, {"Address"}, {"Mask"}, {"Gateway"}, {"IPv6 address"}});
   const auto text = [](uint32_t address) { return address == 0 ? std::string("-") : dotted(address); };
   for (const VlanInterface& row : switch_control().vlan_interfaces()) {
-    table.add({format("vlan %u", row.vlan), text(row.ip), text(row.mask), text(row.gateway), or_dash(row.ip6)});
+    table.add({format("vlan %u", row.vlan), text(row.ip), text(row.mask), text(row.gateway), ip6_of(row)});
   }
   session.say(table.text());
   return {};

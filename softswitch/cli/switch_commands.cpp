@@ -7,6 +7,7 @@
 #include "dhcp/relay.h"
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
+#include "softswitch/cli/client6_interfaces.h"
 #include "softswitch/cli/session.h"
 #include "softswitch/cli/settings.h"
 
@@ -128,7 +129,12 @@ Outcome vlan_mode(Session& session, const Args& args) {
   session.enter(Mode::vlan_interface, args[0].number);
   return {};
 }
+/// What the interface got from a DHCPv6 server goes with it, and so does a configured address with the other kind.
+void end_lease(uint16_t vlan) {
+  if (by_dhcp6(vlan)) dhcp6c_set_interface_ip6_mode(vlan, DHCP6C_MODE_STATIC);
+}
 Outcome no_vlan_interface(Session&, const Args& args) {
+  end_lease(vlan_of(args[0]));
   return blame(0, switch_control().delete_vlan_interface(vlan_of(args[0])));
 }
 
@@ -153,9 +159,11 @@ Outcome no_gateway(Session& session, const Args&) {
 }
 
 Outcome ipv6_address(Session& session, const Args& args) {
+  end_lease(target_vlan(session));
   return blame(0, switch_control().set_ip6(target_vlan(session), args[0].text));
 }
 Outcome no_ipv6_address(Session& session, const Args&) {
+  end_lease(target_vlan(session));
   return outcome(switch_control().set_ip6(target_vlan(session), ""));
 }
 

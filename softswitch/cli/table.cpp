@@ -6,10 +6,11 @@ namespace {
 std::vector<Command> join() {
   std::vector<Command> all;
   for (const auto part :
-       {session_commands(), show_commands(), server_readouts(), snooping_readouts(), option82_readouts(),
-        relay_readouts(), switch_commands(), relay_commands(), server_commands(), snooping_commands(), snooping4_only(),
-        snooping_clears(), snooping6_commands(), snooping6_only(), snooping6_readouts(), snooping6_clears(),
-        guard_commands(), pool_commands()}) {
+       {session_commands(), show_commands(),   server_readouts(),    snooping_readouts(), option82_readouts(),
+        relay_readouts(),   switch_commands(), relay_commands(),     server_commands(),   snooping_commands(),
+        snooping4_only(),   snooping_clears(), snooping6_commands(), snooping6_only(),    snooping6_readouts(),
+        snooping6_clears(), guard_commands(),  relay6_commands(),    server6_commands(),  client6_commands(),
+        pool_commands(),    pool6_commands()}) {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;
@@ -31,6 +32,8 @@ constexpr KeywordHelp keyword_texts[] = {
     {"show ip igmp", "IGMP snooping"},
     {"show ip igmp snooping", "IGMP snooping"},
     {"show ip verify", "IP source guard"},
+    {"show ipv6 dhcp", "DHCPv6"},
+    {"show ipv6 dhcp client", "The switch as a DHCPv6 client"},
     {"show mac", "Forwarding table"},
     {"show interfaces", "Ports and their counters"},
     {"clear", "Clear a table"},
@@ -45,6 +48,12 @@ constexpr KeywordHelp keyword_texts[] = {
     {"clear ip dhcp snooping binding", "Clients that snooping knows"},
     {"clear ip verify", "IP source guard"},
     {"clear ip verify source", "IP source guard"},
+    {"clear ipv6 dhcp", "DHCPv6"},
+    {"clear ipv6 dhcp binding", "IPv6 addresses given to clients"},
+    {"clear ipv6 dhcp conflict", "IPv6 addresses found in use"},
+    {"clear ipv6 dhcp client", "The switch as a DHCPv6 client"},
+    {"clear ipv6 dhcp relay", "DHCPv6 relay"},
+    {"clear ipv6 dhcp server", "DHCPv6 server"},
     {"clear ip dhcp binding", "Addresses given to clients"},
     {"clear ip dhcp conflict", "Addresses found in use"},
     {"no", "Take a line back"},
@@ -79,12 +88,22 @@ constexpr KeywordHelp keyword_texts[] = {
     {"no ip verify", "IP source guard"},
     {"ipv6", "IPv6"},
     {"no ipv6", "IPv6"},
+    {"ipv6 address", "IPv6 address of the switch in this VLAN"},
+    {"no ipv6 address", "IPv6 address of the switch in this VLAN"},
+    {"ipv6 dhcp", "DHCPv6"},
+    {"no ipv6 dhcp", "DHCPv6"},
+    {"ipv6 dhcp relay", "DHCPv6 relay"},
+    {"no ipv6 dhcp relay", "DHCPv6 relay"},
+    {"renew", "Ask a server again"},
+    {"renew ipv6", "IPv6"},
+    {"renew ipv6 dhcp", "DHCPv6"},
+    {"renew ipv6 dhcp interface", "VLAN interface"},
+    {"service", "DHCP services"},
+    {"no service", "DHCP services"},
     {"mac", "Forwarding table"},
     {"no mac", "Forwarding table"},
     {"interface", "Configure a port or a VLAN interface"},
     {"no interface", "Remove an interface"},
-    {"service", "Turn a service on"},
-    {"no service", "Turn a service off"},
     {"switchport", "VLANs of the port"},
     {"switchport trunk", "Carry several VLANs, tagged"},
     {"no switchport", "VLANs of the port"},

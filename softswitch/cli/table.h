@@ -16,13 +16,14 @@
 
 namespace dhcp::softswitch::cli {
 
-enum class Mode : uint8_t { exec, configure, port, vlan_interface, pool };
-constexpr Mode all_modes[] = {Mode::exec, Mode::configure, Mode::port, Mode::vlan_interface, Mode::pool};
+enum class Mode : uint8_t { exec, configure, port, vlan_interface, pool, pool6 };
+constexpr Mode all_modes[] = {Mode::exec, Mode::configure, Mode::port, Mode::vlan_interface, Mode::pool, Mode::pool6};
 
 /// A set of modes.
 using Modes = unsigned;
 constexpr Modes in(Mode mode) { return 1U << static_cast<unsigned>(mode); }
-constexpr Modes in_configuration = in(Mode::configure) | in(Mode::port) | in(Mode::vlan_interface) | in(Mode::pool);
+constexpr Modes in_configuration =
+    in(Mode::configure) | in(Mode::port) | in(Mode::vlan_interface) | in(Mode::pool) | in(Mode::pool6);
 constexpr Modes everywhere = in(Mode::exec) | in_configuration;
 
 /// Why a line was refused. `arg` is the value to put the caret under, -1 = none in particular; `offset` counts from
@@ -80,5 +81,9 @@ std::span<const Command> snooping6_only();
 std::span<const Command> guard_commands();
 std::span<const Command> relay_readouts();
 std::span<const Command> relay_commands();
+std::span<const Command> relay6_commands();
+std::span<const Command> server6_commands();
+std::span<const Command> pool6_commands();
+std::span<const Command> client6_commands();
 
 }  // namespace dhcp::softswitch::cli

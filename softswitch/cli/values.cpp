@@ -44,11 +44,17 @@ constexpr Placeholder placeholders[] = {
     {"MASK", Kind::mask, 0, 0, "network mask"},
     {"MAC", Kind::mac, 0, 0, "hardware address"},
     {"ADDRESS6", Kind::address6, 0, 0, "IPv6 address"},
+    {"START6", Kind::address6, 0, 0, "network address, or first address of a range"},
+    {"LENGTH_OR_END", Kind::end6, 1, 128, "prefix length, or last address of the range"},
+    {"DNS6", Kind::address6, 0, 0, "IPv6 address of a DNS server"},
+    {"PREFERRED", Kind::lifetime, 0, 0, "preferred lifetime in seconds, or infinity"},
+    {"VALID", Kind::lifetime, 0, 0, "valid lifetime in seconds, or infinity"},
     {"PREFIX", Kind::prefix6, 0, 0, "IPv6 address and prefix length"},
     {"HEX", Kind::hex, 1, max_option_bytes, "value bytes, two hexadecimal digits each"},
     {"IFNAME", Kind::word, 1, 15, "name of a network interface"},
     {"NAME", Kind::word, 1, 63, "host name: letters, digits, '-', '_', '.'"},
     {"DOMAIN", Kind::text, 1, 255, "domain name"},
+    {"DOMAIN6", Kind::text, 1, 253, "domain name"},
     {"SERVERNAME", Kind::text, 1, 64, "TFTP server name"},
     {"FILE", Kind::text, 1, 128, "boot file name"},
     {"STRING", Kind::text, 1, 63, "text, at most 63 characters"},
@@ -123,6 +129,18 @@ Refused prefix6(std::string_view text, Value& out) {
   return whole_number(text.substr(slash + 1), 1, 128, "the prefix length", length);
 }
 
+Refused end6(const Placeholder& place, std::string_view text, Value& out) {
+  if (text.find(':') != std::string_view::npos) return address6(text, out);
+  return whole_number(text, place.low, place.high, "the prefix length", out.number);
+}
+
+Refused lifetime(std::string_view text, Value& out) {
+  constexpr uint32_t infinite = 0xffffffff;
+  out.number = infinite;
+  if (begins_with("infinity", text) || same_word(text, "infinite")) return {};
+  return whole_number(text, 1, infinite - 1, "a lifetime", out.number);
+}
+
 Refused vlan_range(std::string_view item, std::vector<uint16_t>& out) {
   const size_t dash = item.find('-');
   uint32_t first = 0, last = 0;
@@ -194,6 +212,8 @@ std::string shape_of(const Placeholder& place) {
     case Kind::mac: return "H:H:H:H:H:H";
     case Kind::address6: return "X:X::X";
     case Kind::prefix6: return "X:X::X/L";
+    case Kind::end6: return "<1-128>|X:X::X";
+    case Kind::lifetime: return "SECONDS|infinity";
     case Kind::vlan_list: return "LIST";
     case Kind::hex: return "HEX";
     case Kind::word: return "WORD";
@@ -214,6 +234,8 @@ std::optional<std::string> parse_value(const Placeholder& place, std::string_vie
     case Kind::mac: return mac(text, out);
     case Kind::address6: return address6(text, out);
     case Kind::prefix6: return prefix6(text, out);
+    case Kind::end6: return end6(place, text, out);
+    case Kind::lifetime: return lifetime(text, out);
     case Kind::vlan_list: return vlan_list(text, out);
     case Kind::hex: return hex(place, text, out);
     case Kind::lease: return lease(text, out);

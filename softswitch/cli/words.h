@@ -27,7 +27,22 @@ std::vector<Word> split_words(std::string_view line);
 bool same_word(std::string_view a, std::string_view b);            // letter case does not matter
 bool begins_with(std::string_view word, std::string_view prefix);  // likewise
 
-enum class Kind { number, port, address, mask, mac, address6, prefix6, vlan_list, hex, lease, word, text };
+enum class Kind {
+  number,
+  port,
+  address,
+  mask,
+  mac,
+  address6,
+  prefix6,
+  end6,
+  lifetime,
+  vlan_list,
+  hex,
+  lease,
+  word,
+  text
+};
 
 /// A place for a value in a command, known by a name in capitals ("VLAN"); names stand in command forms.
 struct Placeholder {
@@ -47,7 +62,8 @@ std::string shape_of(const Placeholder& place);
 /// A checked value. `text` is as typed; the other members are filled by kind.
 struct Value {
   std::string text;
-  uint32_t number = 0;  // number, port; address and mask in host order; lease (a signed number, cast)
+  uint32_t number = 0;  // number, port; address and mask in host order; lease (a signed number, cast); lifetime;
+                        // end6: the prefix length, 0 = `ip6` is the last address
   std::array<uint8_t, 6> mac{};
   std::array<uint8_t, 16> ip6{};  // as on the wire
   std::vector<uint8_t> bytes;     // hex

@@ -3,8 +3,11 @@
 #include <filesystem>
 #include <fstream>
 
+#include "dhcp/client6.h"
 #include "dhcp/relay.h"
+#include "dhcp/relay6.h"
 #include "dhcp/server.h"
+#include "dhcp/server6.h"
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
 #include "platform/text.h"
@@ -164,6 +167,10 @@ void CliTest::wipe() {
   init_DHCPS_cfg();
   init_dhcp_snooping();
   init_dhcp6_snooping();
+  exit_dhcp6_relay_cfg();
+  init_dhcp6_relay_cfg();
+  init_DHCP6S_cfg();
+  dhcp6c_init();
   the_fake() = FakeSwitch();
   set_hostname("");
   session = Session();
