@@ -95,7 +95,7 @@ const char* dhcp6c_state_name(int state) {
 
 char* dhcp6c_print_ipv6addr(const uint8_t ip6[16], char* text) {
   constexpr size_t room = 46;
-  snprintf(text, room, "%s", base::Ip6Text(base::Ip6::from(ip6)).c_str());
+  snprintf(text, room, "%.45s", base::Ip6Text(base::Ip6::from(ip6)).c_str());
   return text;
 }
 
