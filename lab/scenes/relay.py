@@ -92,8 +92,8 @@ def clients(lab):
         lab.expect_that(f"{name}'s {address} is of 192.168.{vlan}.0", address.startswith(f"192.168.{vlan}.1"))
         asked = [taken for taken in map(Reply, frames(lab, mark, "serv"))
                  if taken.chaddr[:6].hex(":") == lab.hosts[name].mac]
-        lab.expect(f"option 82 of {name}'s messages at the server", {dict(m.options)[AGENT] for m in asked},
-                   {agent(lab, vlan, port)})
+        lab.expect(f"option 82 of {name}'s messages at the server", {dict(m.options)[AGENT].hex() for m in asked},
+                   {agent(lab, vlan, port).hex()})
         lab.expect("their relay agent's address", {m.giaddr for m in asked}, {RELAY})
     lab.show("show ip helper-address", "show ip dhcp relay statistics")
 
