@@ -159,6 +159,9 @@ class Control : public SwitchControl {
     fabric().with([](FabricState& s) { s.bridge.macs.clear(); });
   }
 
+  uint64_t rule_hits(uint32_t group, uint32_t rule) const override {
+    return fabric().with([=](FabricState& s) { return s.rules.hits(group, rule); });
+  }
   QueueCounters event_queue() const override { return fabric().queue_counters(); }
   std::vector<TaskRow> tasks() const override { return running_tasks(); }
   std::string mac_address() const override {

@@ -151,8 +151,9 @@ class SwitchControl {
   virtual void clear_mac_table() = 0;
 
   virtual QueueCounters event_queue() const = 0;
-  virtual std::vector<TaskRow> tasks() const = 0;  // those that run, in the order of their start
-  virtual std::string mac_address() const = 0;     // of eth0 and every eth0.<vlan>
+  virtual uint64_t rule_hits(uint32_t group, uint32_t rule) const = 0;  // since it was installed; 0 = it is not
+  virtual std::vector<TaskRow> tasks() const = 0;                       // those that run, in the order of their start
+  virtual std::string mac_address() const = 0;                          // of eth0 and every eth0.<vlan>
 };
 
 /// The running switch; made by main() before the command line is.

@@ -62,6 +62,12 @@ bool FieldProcessor::remove(uint32_t group, uint32_t rule) {
   return std::erase_if(rules_, [=](const ChipRule& r) { return r.group == group && r.rule == rule; }) != 0;
 }
 
+uint64_t FieldProcessor::hits(uint32_t group, uint32_t rule) const {
+  const auto found =
+      std::find_if(rules_.begin(), rules_.end(), [=](const ChipRule& r) { return r.group == group && r.rule == rule; });
+  return found == rules_.end() ? 0 : found->hits;
+}
+
 Verdict FieldProcessor::match(uint32_t port, uint16_t udp_to) const {
   Verdict verdict;
   bool decided = false;  // inside the group in hand

@@ -38,6 +38,7 @@ class FieldProcessor {
   bool remove(uint32_t group, uint32_t rule);
   Verdict match(uint32_t port, uint16_t udp_to) const;
   void count(const Verdict& verdict) { ++rules_[verdict.rule].hits; }
+  uint64_t hits(uint32_t group, uint32_t rule) const;  // 0 = there is no such rule
   const std::vector<ChipRule>& rules() const { return rules_; }
 
  private:

@@ -68,6 +68,11 @@ def of_rogue(lab, mark, at):
     return [message.kind for message in sent_by(lab, mark, lab.hosts["rogue"].mac, (ADVERTISE, REPLY), at)]
 
 
+def stopped(lab):
+    """Messages of servers that the chip counted on untrusted ports."""
+    return int(re.search(r"by chip : (\d+)", lab.switch.cli("show ipv6 dhcp snooping")).group(1))
+
+
 def forged(kind, host, client, address):
     """A server's message to a client as the host sends it, without anybody having asked."""
     lease = DHCP6OptIAAddress(addr=address, preflft=3600, validlft=3600)
@@ -152,6 +157,8 @@ def rogue(lab):
         lab.hosts["rogue"].send(forged(kind, lab.hosts["rogue"], alice, "2001:db8:66::7"))
     answer = crafted(lab, "carl", MOVER_MAC).ask(SOLICIT)
     lab.expect("carl, who asks afterwards, hears", answer.mac_from, lab.hosts["serv"].mac)
+    lab.wait_until(lambda: stopped(lab) == len(of_rogue(lab, mark, "rogue")), 3, "all of them to be counted by the chip")
+    lab.expect_that(f"the chip stopped {stopped(lab)} messages, as many as it sent", stopped(lab) > 2)
     for port in PORTS[:4]:
         lab.expect(f"messages of the rogue at {port.host}", of_rogue(lab, mark, port.host), [])
     lab.show("show ipv6 dhcp snooping statistics")

@@ -60,6 +60,7 @@ class FakeSwitch : public SwitchControl {
   std::vector<MacRow> mac_table() const override { return macs; }
   void clear_mac_table() override { macs.clear(); }
   QueueCounters event_queue() const override { return {}; }
+  uint64_t rule_hits(uint32_t group, uint32_t rule) const override { return group * 100 + rule; }
   std::vector<TaskRow> tasks() const override { return {}; }
   std::string mac_address() const override { return "02:00:00:00:00:01"; }
 

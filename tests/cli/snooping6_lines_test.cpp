@@ -124,7 +124,8 @@ TEST_F(Snooping6LinesTest, ShowsClientsFatesAndTheFile) {
               HasSubstr("02:00:00:00:00:51  2001:db8::51    10  Gi1        600      500  dynamic  bound\n1 of 1"));
   EXPECT_EQ(type({"write ipv6 dhcp snooping database"}), "1 bindings saved to " + database() + "6\n");
   EXPECT_THAT(type({"show ipv6 dhcp snooping database"}), HasSubstr("Bindings written       1\n"));
-  EXPECT_THAT(type({"show ipv6 dhcp snooping"}), HasSubstr("DHCPv6 snooping status :         disable"));
+  EXPECT_THAT(type({"show ipv6 dhcp snooping"}),
+              AllOf(HasSubstr("DHCPv6 snooping status :         disable"), HasSubstr("stopped by chip : 1102\n")));
   skpack headerless{};
   dhcp6_packet_snooping_process(&headerless);
   EXPECT_THAT(type({"show ipv6 dhcp snooping statistics"}),

@@ -45,7 +45,10 @@ TEST(FieldProcessor, ServersOnUntrustedPortsAreDroppedBeforeTheyAreTrapped) {
   ASSERT_TRUE(chip.install(11, 2, rule(untrusted, 546, {{40, 0}})));
   ASSERT_TRUE(chip.install(11, 0, rule(every_port, 547, to_cpu)));
   ASSERT_TRUE(chip.install(11, 1, rule(every_port, 546, to_cpu)));
+  chip.count(chip.match(3, 546));
   EXPECT_EQ(chip.match(3, 546).way, Way::drop);
+  EXPECT_EQ(chip.hits(11, 2), 1u);
+  EXPECT_EQ(chip.hits(11, 0), 0u);
   EXPECT_EQ(chip.match(4, 546).way, Way::redirect);
   EXPECT_EQ(chip.match(3, 547).way, Way::redirect);
 
