@@ -8,9 +8,6 @@
 namespace bench {
 
 using wire::ip6;
-using wire::Message6;
-using wire::Reply6;
-using Addresses = std::vector<wire::Ip6>;
 
 class Relay6Bench : public DeviceBench {
  protected:
@@ -18,26 +15,46 @@ class Relay6Bench : public DeviceBench {
   static constexpr Mac own_mac = fake::Device::default_mac, client_mac{2, 0xaa, 0, 0, 0, 1};
   static constexpr Mac server_mac{2, 0xbb, 0, 0, 0, 1}, other_mac{2, 0xbb, 0, 0, 0, 2};
 
-  void SetUp() override;
+  void SetUp() override {
+    DeviceBench::SetUp();
+    at(0);
+    for (const uint32_t vlan : {10u, 11u, 20u}) {
+      device().vlan_interfaces[vlan] = {
+          .mac = mac_number(vlan), .ip6 = "2001:db8:" + std::to_string(vlan) + "::1", .prefix6 = 64};
+      device().mac_table[{client_mac, vlan}] = client_port;
+    }
+    dhcp6_relay_clear_counters();
+    init_dhcp6_relay_cfg();
+  }
   /// Nothing outlives the relay, and no word is left taken.
-  void TearDown() override;
+  void TearDown() override {
+    fake::fail_allocations(0);
+    exit_dhcp6_relay_cfg();
+    EXPECT_EQ(gDhcp6Relay.info_count.load() + gDhcp6Relay.server_count, 0);
+    for (const Dhcp6InfoNode& slot : gDhcp6Relay.info_table) EXPECT_TRUE(slot.valid == 0 && slot.link == nullptr);
+    EXPECT_EQ(gDhcp6Relay.server_busy.load() + gDhcp6Relay.port_users.load(), 0u);
+    EXPECT_TRUE(device().take_sent().empty());
+  }
 
   /// The neighbour answers, and the switch knows its port.
-  static void answers(const char* address, const Mac& mac, uint32_t vlan = 20);
+  static void answers(const char* address, const Mac& mac) {
+    device().neighbours6[ip6(address)] = mac;
+    device().mac_table[{mac, 20}] = server_port;
+  }
   static int add(const char* destination, uint32_t out_intf = 0) {
     return dhcp6_relay_set_dhcp_serverip(1, ip6(destination).data(), out_intf);
   }
   static int remove(const char* destination) { return dhcp6_relay_set_dhcp_serverip(0, ip6(destination).data(), 0); }
-  static std::vector<Dhcp6RelayDestination> listed();
-  /// State, MAC and VLAN of each destination: "valid 02:bb:... 20".
-  static std::vector<std::string> states();
-
-  static int receive(wire::Received& frame) { return dhcp6_relay_packet_process(frame.skp()); }
-  static int receive(const Message6& message);
-  static std::vector<Reply6> sent();
-  /// A Relay-reply from the server to the device's own address.
-  static Message6 reply(const wire::Ip6& peer, const Bytes& options, int hops = 0);
-  static uint32_t met(Dhcp6RelayVerdict verdict);
+  static std::vector<Dhcp6RelayDestination> listed() {
+    std::vector<Dhcp6RelayDestination> all(DHCP6_RELAY_MAX_DESTINATIONS + 1);
+    all.resize(dhcp6_relay_get_destinations(all.data(), all.size()));
+    return all;
+  }
+  static Dhcp6RelayCounters counted() {
+    Dhcp6RelayCounters counters{};
+    dhcp6_relay_get_counters(&counters);
+    return counters;
+  }
 };
 
 }  // namespace bench
