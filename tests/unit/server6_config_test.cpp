@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <thread>
 
 #include "base/services.h"
 #include "dhcp/relay6.h"
@@ -170,6 +171,28 @@ TEST_F(Server6Config, RelayAndServerExcludeEachOther) {
   EXPECT_EQ(dhcp6_server_start_stop(0x100), 0);
   EXPECT_TRUE(dhcp::base::server6_on());
   EXPECT_EQ(server_id(), first_id) << "clients keep it";
+}
+
+TEST_F(Server6Config, HostMayConfigureWhileFramesArriveAndLeasesAge) {
+  make_pool();
+  std::thread frames([] {
+    for (uint32_t n = 0; n < 200; ++n) lease(n % 15 + 1);
+  });
+  char path[128];
+  for (int n = 0; n < 50; ++n) {
+    device().now += 30;
+    dhcp6s_binding_expire_timeout();
+    dhcp6_server_set_exclude_ip(1, address(11).data());
+    dhcp6_server_set_pool_network(1, address(12 + n % 3).data(), nullptr, 64);
+    dhcp6_server_del_exclude_ip(1, address(11).data());
+    dhcp6_add_conflict_ip(address(13).data());
+    dhcp6_server_clear_conflict(nullptr);
+    dhcp6_server_clear_binding(nullptr);
+    show_dhcp6_server_binding(path, 0, 0);
+    EXPECT_LE(bindings().size(), 15u);
+    dhcp6_server_start_stop(n % 2);
+  }
+  frames.join();
 }
 
 constexpr const char* pool_lines =
