@@ -23,7 +23,7 @@ int __adp_receive_frame(skpack* skp, int) {
   if (skp->psize < ethernet_size) return 0;
   const bool tagged = skp->data[12] == 0x81 && skp->data[13] == 0;
   const uint32_t ip = ethernet_size + (tagged ? tag_size : 0);
-  const bool is_ip6 = skp->data[ip - 2] == 0x86;
+  const bool is_ip6 = skp->psize >= ip && skp->data[ip - 2] == 0x86;
   const uint32_t header_size = is_ip6 ? ip6_size : ip_size;
   uint8_t* const header = skp->psize >= ip + header_size ? skp->data + ip : nullptr;
   skp->vlan_tag = tagged ? skp->data + 12 : nullptr;
