@@ -105,7 +105,8 @@ void eleven_destinations(benchmark::State& state) {
   const uint64_t sent_before = null_device.frames_sent;
   for (auto _ : state) dhcp6_relay_packet_process(&frame.skp());
   const uint64_t sent = null_device.frames_sent - sent_before;
-  if (sent != DHCP6_RELAY_MAX_DESTINATIONS * state.iterations()) state.SkipWithError("a destination was left out");
+  const auto messages = static_cast<uint64_t>(state.iterations());
+  if (sent != DHCP6_RELAY_MAX_DESTINATIONS * messages) state.SkipWithError("a destination was left out");
 }
 
 BENCHMARK(relayed_request)->Arg(1)->Arg(DHCP6_RELAY_CLIENTS);

@@ -1,4 +1,5 @@
 /// Whose messages were relayed lately: where an answer for a peer address goes. On the dispatch task only.
+#include <cstring>
 #include <new>
 
 #include "base/os.h"
@@ -10,9 +11,23 @@ namespace {
 
 constexpr uint32_t reusable_after_s = 61;
 
-bool holds(const Dhcp6InfoNode& slot, const uint8_t* ip6) {
-  return slot.valid != 0 && std::equal(slot.ip6, slot.ip6 + sizeof slot.ip6, ip6);
-}
+/// An address in two loads, lower half first: clients of one link differ there, and every frame passes many slots.
+class Wanted {
+ public:
+  explicit Wanted(const uint8_t* ip6) : high_(half(ip6)), low_(half(ip6 + half_size)) {}
+  bool in(const Dhcp6InfoNode& slot) const {
+    return half(slot.ip6 + half_size) == low_ && half(slot.ip6) == high_ && slot.valid != 0;
+  }
+
+ private:
+  static constexpr size_t half_size = 8;
+  static uint64_t half(const uint8_t* bytes) {
+    uint64_t value;
+    std::memcpy(&value, bytes, sizeof value);
+    return value;
+  }
+  uint64_t high_, low_;
+};
 
 void drop_link(Dhcp6InfoNode& slot) {
   delete[] slot.link;
@@ -52,13 +67,14 @@ void clear_clients() {
 using namespace dhcp::relay6;
 
 int dhcp6_get_info_table_index(const uint8_t ip6[16], int* found) {
+  const Wanted wanted(ip6);
   const uint32_t now = dhcp::base::now32();
   int unused = -1, oldest = -1;
   uint32_t oldest_age = 0;
   *found = 0;
   for (int i = 0; i < DHCP6_RELAY_CLIENTS; ++i) {
     Dhcp6InfoNode& slot = gDhcp6Relay.info_table[i];
-    if (holds(slot, ip6)) {
+    if (wanted.in(slot)) {
       *found = 1;
       return i;
     }
@@ -97,8 +113,9 @@ int dhcp6_relay_add_info_table(const uint8_t ip6[16], const uint8_t mac[6], uint
 
 int dhcp6_relay_get_info_table(const uint8_t ip6[16], uint8_t* mac_out, uint16_t* port_out, uint16_t* vlan_out,
                                uint8_t* link_out) {
+  const Wanted wanted(ip6);
   for (const Dhcp6InfoNode& slot : gDhcp6Relay.info_table) {
-    if (!holds(slot, ip6)) continue;
+    if (!wanted.in(slot)) continue;
     if (mac_out != nullptr) std::copy_n(slot.mac, sizeof slot.mac, mac_out);
     if (port_out != nullptr) *port_out = slot.port;
     if (vlan_out != nullptr) *vlan_out = slot.vlan;
