@@ -190,6 +190,30 @@ def server6_door():
         yield f"cut_{cut}", bytes([0]) + struct.pack("!H", cut) + empty_relay_forward()[:cut]
 
 
+def client6_answer(where, chosen, kind, rest=b""):
+    """An answer to the interface in that state: which options it has, type 0 = ADVERTISE, 1 = REPLY, and their values."""
+    return bytes([0, where, chosen, kind]) + rest
+
+
+def client6_door():
+    duid = bytes([7, 0, 3, 0, 1, 1, 2, 3])
+    ia = struct.pack("!III", 10, 20, 40)
+    leased = ia + struct.pack("!HH", 5, 24) + bytes([0x20]) + bytes(14) + bytes([5]) + struct.pack("!II", 50, 60)
+    whole_ia = bytes([len(leased)]) + leased
+    second = bytes([4, 1])
+    yield "lease", client6_answer(0, 0, 0, duid + whole_ia) + second + client6_answer(0, 0, 1, duid + whole_ia) + second
+    yield "lives", second * 60
+    yield "clock", bytes([4, 100, 4, 0x80 | 120, 4, 127]) + second * 3
+    for state in range(8):
+        yield f"reply_{state}", client6_answer(state, 16 | 32, 1, duid + whole_ia + bytes([32]) + bytes(32) + bytes([1, 64])) + second
+        yield f"refused_{state}", client6_answer(state, 8, 1, duid + whole_ia + bytes([2, 0, 2])) + second
+    yield "no_address", client6_answer(1, 0, 1, duid + bytes([12]) + ia) + second * 3
+    yield "cut_ia", client6_answer(1, 0, 1, duid + bytes([11]) + ia[:11])
+    yield "missing", b"".join(client6_answer(1, bit, 1, duid + whole_ia) for bit in (1, 2, 4))
+    yield "long_duid", client6_answer(1, 0xC0, 1, bytes([255]) + bytes(1020) + whole_ia) + second * 3
+    yield "modes", bytes([6, 2, 6, 0x22, 6, 0x42, 6, 0x62, 6, 0x82]) + second * 2
+
+
 def binding_file():
     line = b"02:00:00:00:00:%02x,3600,10,%d,0,%u\n"
     yield "three", b"".join(line % (n, n, 0x0A0A0000 + n) for n in (1, 2, 3))
@@ -272,7 +296,7 @@ def options6():
     yield "nested", bytes([40]) + struct.pack("!HH", 3, 12) + bytes(12) + bytes([7]) + bytes(7)
 
 
-for target in (server_door, options4, option82, snooping_door, relay_door, relay6_door, server6_door, binding_file, snooping6_door, options6):
+for target in (client6_door, server_door, options4, option82, snooping_door, relay_door, relay6_door, server6_door, binding_file, snooping6_door, options6):
     folder = CORPUS / target.__name__
     folder.mkdir(parents=True, exist_ok=True)
     for name, data in target():
