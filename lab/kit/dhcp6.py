@@ -78,6 +78,55 @@ class Message:
         return f"{NAMES.get(self.kind, self.kind)} {self.lease()} to {self.ip_to} ({self.mac_to}), options {self.codes()}"
 
 
+class Relayed:
+    """A RELAY-FORW (12) or RELAY-REPL (13), taken apart."""
+
+    def __init__(self, frame):
+        data = frame.data
+        at = 18 if data[12:14] == b"\x81\x00" else 14
+        self.mac_to, self.mac_from = data[:6].hex(":"), data[6:12].hex(":")
+        self.ip_from, self.ip_to = ip6_text(data[at + 8:at + 24]), ip6_text(data[at + 24:at + 40])
+        self.ports = struct.unpack_from("!HH", data, at + 40)
+        message = data[at + 48:]
+        self.kind, self.hops = message[0], message[1]
+        self.link, self.peer = ip6_text(message[2:18]), ip6_text(message[18:34])
+        self.options = options_of(message[34:])
+
+    def carried(self):
+        return next(value for code, value in self.options if code == 9)
+
+    def __str__(self):
+        name = "RELAY-FORW" if self.kind == 12 else "RELAY-REPL"
+        return f"{name} hops {self.hops}, link {self.link}, peer {self.peer}, carries {len(self.carried())} bytes"
+
+
+def relayed(lab, mark, host, kind, seconds=5):
+    """The next message of a relay that the switch sent to this host."""
+    def matches(frame):
+        data = frame.data
+        return (frame.from_switch and frame.host == host and data[12:14] == b"\x86\xdd" and data[20] == 17 and
+                struct.unpack_from("!H", data, 56)[0] in (546, 547) and data[62] == kind)
+    found = lab.wire.wait(mark, matches, seconds)
+    if found is None:
+        raise TimeoutError(f"no message of type {kind} came to {host}")
+    return Relayed(found)
+
+
+def relay_forward(host, hops, link, peer, message):
+    """What a further relay at this host sends to all servers."""
+    body = bytes([12, hops]) + ip6_bytes(link) + ip6_bytes(peer) + option(9, message)
+    return datagram(host.mac, SERVERS_MAC, link_local(host.mac), SERVERS, (547, 547), body)
+
+
+def datagram(mac_from, mac_to, ip_from, ip_to, ports, message, tag=b""):
+    addresses = ip6_bytes(ip_from) + ip6_bytes(ip_to)
+    size = 8 + len(message)
+    head = struct.pack("!HHH", *ports, size)
+    summed = checksum(addresses + struct.pack("!II", size, 17) + head + b"\0\0" + message)
+    return (mac_bytes(mac_to) + mac_bytes(mac_from) + tag + b"\x86\xdd" + struct.pack("!IHBB", 6 << 28, size, 17, 1) +
+            addresses + head + struct.pack("!H", summed) + message)
+
+
 def is_dhcp6(data):
     at = 18 if data[12:14] == b"\x81\x00" else 14
     return (data[at - 2:at] == b"\x86\xdd" and data[at + 6] == 17 and
@@ -113,13 +162,8 @@ class Crafted6:
 
     def frame(self, kind, options):
         message = bytes([kind]) + self.xid.to_bytes(3, "big") + options
-        addresses = ip6_bytes(link_local(self.mac)) + ip6_bytes(SERVERS)
-        size = 8 + len(message)
-        head = struct.pack("!HHH", 546, 547, size)
-        summed = checksum(addresses + struct.pack("!II", size, 17) + head + b"\0\0" + message)
         tag = struct.pack("!HH", 0x8100, self.vlan) if self.vlan else b""
-        return (mac_bytes(SERVERS_MAC) + mac_bytes(self.mac) + tag + b"\x86\xdd" +
-                struct.pack("!IHBB", 6 << 28, size, 17, 1) + addresses + head + struct.pack("!H", summed) + message)
+        return datagram(self.mac, SERVERS_MAC, link_local(self.mac), SERVERS, (546, 547), message, tag)
 
     def send(self, kind, address=None, server=False, more=b""):
         """Client id, server id if wanted, the IA, and more; a mark from which the answer is to be looked for."""

@@ -1,4 +1,5 @@
 """IPv6 at a host: its link-local address, and what its interface has."""
+import ipaddress
 import re
 
 
@@ -7,7 +8,7 @@ def link_local(mac):
     parts = [int(part, 16) for part in mac.split(":")]
     parts[0] ^= 2
     words = parts[:3] + [0xFF, 0xFE] + parts[3:]
-    return "fe80::" + ":".join(f"{words[at] << 8 | words[at + 1]:x}" for at in range(0, 8, 2))
+    return str(ipaddress.IPv6Address(b"\xfe\x80" + bytes(6) + bytes(words)))
 
 
 def speaks_ip6(host, address=None):

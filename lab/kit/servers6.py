@@ -34,22 +34,19 @@ class Dnsmasq6(Server6):
 
 
 class Kea6(Server6):
-    """Leases from `pool` of `network`; `times` = T1, T2, preferred and valid lifetime in seconds. Relayed messages are
-    served from further networks, each (network, pool)."""
+    """Leases from `pool` of `network`, to relays too; `times` = T1, T2, preferred and valid lifetime in seconds."""
 
     ready = "DHCP6_STARTED"
 
-    def __init__(self, host, address, network, pool, times, dns=(), further=()):
+    def __init__(self, host, address, network, pool, times, dns=()):
         super().__init__(host, address)
         self.config = f"{HERE}/{host.name}.kea6.json"
         subnets = [{"id": 1, "subnet": network, "interface": host.name, "pools": [{"pool": pool}],
                     "option-data": [{"name": "dns-servers", "data": ", ".join(dns)}] if dns else []}]
-        subnets += [{"id": number, "subnet": subnet, "pools": [{"pool": first}]}
-                    for number, (subnet, first) in enumerate(further, 2)]
         t1, t2, preferred, valid = times
         with open(self.config, "w", encoding="utf-8") as file:
             json.dump({"Dhcp6": {
-                "interfaces-config": {"interfaces": [host.name]},
+                "interfaces-config": {"interfaces": [host.name, f"{host.name}/{address}"]},
                 "server-id": {"type": "EN", "enterprise-id": 2495, "identifier": "4c4142", "persist": False},
                 "lease-database": {"type": "memfile", "persist": False},
                 "renew-timer": t1, "rebind-timer": t2, "preferred-lifetime": preferred, "valid-lifetime": valid,
