@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "dhcp/client6.h"
 #include "dhcp/relay.h"
@@ -39,107 +40,6 @@ void reset_relay() {
 SwitchControl& switch_control() { return the_fake(); }
 
 namespace cli {
-
-Refusal FakeSwitch::take_refusal() {
-  Refusal now = refusal;
-  refusal.reset();
-  return now;
-}
-
-Refusal FakeSwitch::set_device(uint32_t port, const std::string& ifname) {
-  if (refusal) return take_refusal();
-  port_rows[port].config.device = ifname;
-  return {};
-}
-Refusal FakeSwitch::set_access_vlan(uint32_t port, uint16_t vlan) {
-  vlan_set.insert(vlan);
-  port_rows[port].config.access_vlan = vlan;
-  port_rows[port].config.mode = PortMode::access;
-  return {};
-}
-Refusal FakeSwitch::set_trunk(uint32_t port, const std::vector<uint16_t>& allowed) {
-  vlan_set.insert(allowed.begin(), allowed.end());
-  port_rows[port].config.allowed = allowed;
-  port_rows[port].config.mode = PortMode::trunk;
-  return {};
-}
-Refusal FakeSwitch::set_native_vlan(uint32_t port, uint16_t vlan) {
-  port_rows[port].config.native_vlan = vlan;
-  return {};
-}
-Refusal FakeSwitch::set_description(uint32_t port, const std::string& text) {
-  port_rows[port].config.description = text;
-  return {};
-}
-PortStatus FakeSwitch::port(uint32_t port) const {
-  const auto row = port_rows.find(port);
-  PortStatus status = row == port_rows.end() ? PortStatus{} : row->second;
-  status.config.port = port;
-  return status;
-}
-Refusal FakeSwitch::set_source_guard(uint32_t port, bool on) {
-  port_rows[port].config.source_guard = on;
-  return {};
-}
-Refusal FakeSwitch::set_source_guard6(uint32_t port, bool on) {
-  port_rows[port].config.source_guard6 = on;
-  return {};
-}
-Refusal FakeSwitch::set_arp_check(uint32_t port, bool on) {
-  port_rows[port].config.arp_check = on;
-  return {};
-}
-GuardCounters FakeSwitch::guard_counters(uint32_t port) const {
-  const auto row = guards.find(port);
-  return row == guards.end() ? GuardCounters{} : row->second;
-}
-void FakeSwitch::clear_guard_counters(GuardKind kind) {
-  for (auto& [port, counters] : guards) counters.of(kind) = {};
-}
-std::vector<KnownHost> FakeSwitch::hosts(HostList list) const {
-  const auto rows = host_lists.find(list);
-  return rows == host_lists.end() ? std::vector<KnownHost>{} : rows->second;
-}
-Refusal FakeSwitch::create_vlan(uint16_t vlan) {
-  if (refusal) return take_refusal();
-  vlan_set.insert(vlan);
-  return {};
-}
-Refusal FakeSwitch::delete_vlan(uint16_t vlan) {
-  if (vlan_set.erase(vlan) == 0) return "there is no VLAN " + std::to_string(vlan);
-  return {};
-}
-Refusal FakeSwitch::create_vlan_interface(uint16_t vlan) {
-  vlan_set.insert(vlan);
-  interfaces[vlan].vlan = vlan;
-  return {};
-}
-Refusal FakeSwitch::delete_vlan_interface(uint16_t vlan) {
-  if (interfaces.erase(vlan) == 0) return "there is no such interface";
-  return {};
-}
-Refusal FakeSwitch::set_ip(uint16_t vlan, uint32_t ip, uint32_t mask) {
-  interfaces[vlan].ip = ip;
-  interfaces[vlan].mask = mask;
-  return {};
-}
-Refusal FakeSwitch::set_gateway(uint16_t vlan, uint32_t gateway) {
-  interfaces[vlan].gateway = gateway;
-  return {};
-}
-Refusal FakeSwitch::set_ip6(uint16_t vlan, const std::string& addr_slash_len) {
-  interfaces[vlan].ip6 = addr_slash_len;
-  return {};
-}
-std::vector<VlanInterface> FakeSwitch::vlan_interfaces() const {
-  std::vector<VlanInterface> rows;
-  for (const auto& [vlan, row] : interfaces) rows.push_back(row);
-  return rows;
-}
-Refusal FakeSwitch::set_mac_aging_time(uint32_t seconds) {
-  aging_time_s = seconds;
-  return {};
-}
 
 CliTest::CliTest() : directory(testing::TempDir() + "cli_" + std::to_string(getpid())) {
   std::filesystem::create_directories(directory);
@@ -193,6 +93,15 @@ std::string CliTest::refusal(const std::string& line) {
   return reply.column == Reply::no_column ? reply.reason : std::to_string(reply.column) + ": " + reply.reason;
 }
 
+void CliTest::expect_refused(const std::string& block, const std::vector<Refused>& rows) {
+  const std::string before = running();
+  for (const Refused& row : rows) {
+    type({block});
+    EXPECT_EQ(refusal(row.line), row.fault) << row.line;
+  }
+  EXPECT_EQ(running(), before);
+}
+
 std::string CliTest::load(const std::string& text) {
   const std::string path = directory + "/load.conf";
   std::ofstream(path, std::ios::binary) << text;
@@ -200,6 +109,33 @@ std::string CliTest::load(const std::string& text) {
   if (load_configuration(path, error)) return "";
   EXPECT_TRUE(error.starts_with(path + ":")) << error;
   return error.substr(path.size() + 1);
+}
+
+void CliTest::expect_loads_again(const std::string& lines) {
+  const auto lines_of = [](const std::string& text) {
+    std::multiset<std::string> all;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+      line.erase(line.find_last_not_of("\r ") + 1);
+      all.insert(line.erase(0, line.find_first_not_of(' ')));
+    }
+    return all;
+  };
+  ASSERT_EQ(load(lines), "");
+  const std::string first = running();
+  const auto saved_lines = lines_of(first);
+  for (const std::string& line : lines_of(lines)) {
+    if (line.starts_with("vlan") || line.starts_with("interface") || line == "exit") continue;
+    EXPECT_TRUE(saved_lines.contains(line)) << line << " in\n" << first;
+  }
+  std::string saved = first;
+  for (int round = 0; round < 2; ++round) {
+    wipe();
+    ASSERT_EQ(load(saved), "") << saved;
+    saved = running();
+    EXPECT_EQ(lines_of(saved), saved_lines);
+  }
+  EXPECT_EQ(saved, first);
 }
 
 }  // namespace cli

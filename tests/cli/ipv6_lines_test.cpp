@@ -19,31 +19,21 @@ class Ipv6LinesTest : public CliTest {
 TEST_F(Ipv6LinesTest, WhatWouldNeverWorkIsRefusedAndChangesNothing) {
   in_pool();
   type({"static-binding 02:00:00:00:00:51 2001:db8:10::51", "lifetime 100 200"});
-  const std::string before = type({"do show running-config"});
-  const struct {
-    const char *line, *fault;
-  } rows[] = {
-      {"network-address 2001:db8:10::9 2001:db8:10::8", "31: the range ends before it begins"},
-      {"network-address 2001:db8:10:: 129", "30: the prefix length must be a number from 1 to 128"},
-      {"network-address ff02::zz 64", "16: not an IPv6 address"},
-      {"lifetime 200 100", "9: an address cannot be preferred for longer than it is valid"},
-      {"lifetime 0 100", "9: a lifetime must be a number from 1 to 4294967294"},
-      {"excluded-address 10.0.0.1", "17: not an IPv6 address"},
-      {"no excluded-address 2001:db8:10::9", "20: the pool does not exclude this address"},
-      {"static-binding 02:00:00:00:00:52 2001:db8:10::51",
-       "33: outside the pool, or another host of the pool has this address"},
-      {"no static-binding 02:00:00:00:00:52", "18: the pool has no such host"},
-      {"no dns-server 2001:db8::53", "14: the pool has no such DNS server"},
-      {"no domain-name x", "15: the pool has no such domain name"},
-      {"no ipv6 dhcp pool 9", "18: there is no such pool"},
-      {"no ipv6 dhcp relay destination 2001:db8::1", "31: this destination is not on the list"},
-  };
-  for (const auto& row : rows) {
-    type({"ipv6 dhcp pool 1"});
-    EXPECT_EQ(refusal(row.line), row.fault) << row.line;
-  }
-  type({"ipv6 dhcp pool 1"});
-  EXPECT_EQ(type({"do show running-config"}), before);
+  expect_refused("ipv6 dhcp pool 1",
+                 {{"network-address 2001:db8:10::9 2001:db8:10::8", "31: the range ends before it begins"},
+                  {"network-address 2001:db8:10:: 129", "30: the prefix length must be a number from 1 to 128"},
+                  {"network-address ff02::zz 64", "16: not an IPv6 address"},
+                  {"lifetime 200 100", "9: an address cannot be preferred for longer than it is valid"},
+                  {"lifetime 0 100", "9: a lifetime must be a number from 1 to 4294967294"},
+                  {"excluded-address 10.0.0.1", "17: not an IPv6 address"},
+                  {"no excluded-address 2001:db8:10::9", "20: the pool does not exclude this address"},
+                  {"static-binding 02:00:00:00:00:52 2001:db8:10::51",
+                   "33: outside the pool, or another host of the pool has this address"},
+                  {"no static-binding 02:00:00:00:00:52", "18: the pool has no such host"},
+                  {"no dns-server 2001:db8::53", "14: the pool has no such DNS server"},
+                  {"no domain-name x", "15: the pool has no such domain name"},
+                  {"no ipv6 dhcp pool 9", "18: there is no such pool"},
+                  {"no ipv6 dhcp relay destination 2001:db8::1", "31: this destination is not on the list"}});
   type({"no ipv6 dhcp pool 1", "ipv6 dhcp pool 1"});
   Session other;
   for (const char* line : {"configure", "no ipv6 dhcp pool 1"}) ASSERT_TRUE(other.run(line).accepted);
@@ -89,44 +79,28 @@ TEST_F(Ipv6LinesTest, OwnAddressIsConfiguredOrLeased) {
   EXPECT_EQ(dhcp6c_get_interfaces(nullptr, 0), 0);
 }
 
-constexpr char rich[] =
-    "hostname core-1\r\n"
-    "interface vlan 20\r\n"
-    "ipv6 address dhcp\r\n"
-    "service dhcpv6-relay\r\n"
-    "ipv6 dhcp relay destination 2001:db8:99::1\r\n"
-    "ipv6 dhcp relay destination 2001:db8:99::2 interface gigabitethernet 2\r\n"
-    "ipv6 dhcp pool 1\r\n"
-    "network-address 2001:db8:10:: 64\r\n"
-    "lifetime 100 infinity\r\n"
-    "domain-name two words\r\n"
-    "domain-name lab.example\r\n"
-    "dns-server 2001:db8::53\r\n"
-    "dns-server 2001:db8::54\r\n"
-    "excluded-address 2001:db8:10::1\r\n"
-    "static-binding 02:00:00:00:00:51 2001:db8:10::51\r\n"
-    "exit\r\n"
-    "ipv6 dhcp pool 2\r\n"
-    "network-address 2001:db8:20::10 2001:db8:20::20\r\n"
-    "lifetime infinity infinity\r\n"
-    "exit\r\n"
-    "end\r\n";
-
-/// Pools are walked newest first, so each load turns them round, and two loads give back the first text.
 TEST_F(Ipv6LinesTest, WhatIsSavedLoadsAgain) {
-  ASSERT_EQ(load(rich), "");
-  const std::string first = running();
-  wipe();
-  ASSERT_EQ(load(first), "");
-  const std::string second = running();
-  wipe();
-  ASSERT_EQ(load(second), "");
-  EXPECT_EQ(running(), first);
-  EXPECT_EQ(second.size(), first.size());
-  for (const char* kept : {" ipv6 address dhcp\n", "service dhcpv6-relay\n", "lifetime 100 infinity\n",
-                           "destination 2001:db8:99::2 interface gigabitethernet 2\n", "dns-server 2001:db8::54\n",
-                           "network-address 2001:db8:20::10 2001:db8:20::20\n", "domain-name two words\n"})
-    EXPECT_THAT(second, HasSubstr(kept));
+  expect_loads_again(
+      "hostname core-1\r\n"
+      "interface vlan 20\r\n"
+      "ipv6 address dhcp\r\n"
+      "service dhcpv6-relay\r\n"
+      "ipv6 dhcp relay destination 2001:db8:99::1\r\n"
+      "ipv6 dhcp relay destination 2001:db8:99::2 interface gigabitethernet 2\r\n"
+      "ipv6 dhcp pool 1\r\n"
+      "network-address 2001:db8:10:: 64\r\n"
+      "lifetime 100 infinity\r\n"
+      "domain-name two words\r\n"
+      "domain-name lab.example\r\n"
+      "dns-server 2001:db8::53\r\n"
+      "dns-server 2001:db8::54\r\n"
+      "excluded-address 2001:db8:10::1\r\n"
+      "static-binding 02:00:00:00:00:51 2001:db8:10::51\r\n"
+      "exit\r\n"
+      "ipv6 dhcp pool 2\r\n"
+      "network-address 2001:db8:20::10 2001:db8:20::20\r\n"
+      "lifetime infinity infinity\r\n"
+      "exit\r\n");
   EXPECT_THAT(type({"show ipv6 dhcp relay destination"}), HasSubstr("2001:db8:99::2"));
   EXPECT_THAT(type({"show ipv6 dhcp server"}), HasSubstr("2001:db8:10::"));
 }

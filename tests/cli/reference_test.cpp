@@ -18,7 +18,7 @@ TEST_F(ReferenceTest, IsWhatTheTableSays) {
   EXPECT_TRUE(committed == command_reference()) << "make it anew: softswitch --print-commands > docs/commands.md";
 }
 
-TEST_F(ReferenceTest, EveryLineIsAccepted) {
+TEST_F(ReferenceTest, EveryLineIsAcceptedAndTakenBackByItsNoForm) {
   std::istringstream in(committed);
   bool fenced = false;
   size_t typed = 0;
@@ -32,6 +32,11 @@ TEST_F(ReferenceTest, EveryLineIsAccepted) {
   }
   EXPECT_GT(typed, 2 * commands().size() / 2);
   EXPECT_FALSE(fenced);
+  EXPECT_THAT(
+      running(),
+      testing::Not(testing::ContainsRegex(
+          "\n *(ip dhcp (snooping|information)|ipv6 dhcp (snooping|relay)|ipv?6? verify|ip arp|device|description|"
+          "switchport|option 1)")));
 }
 
 }  // namespace

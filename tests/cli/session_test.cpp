@@ -48,10 +48,6 @@ TEST_F(SessionTest, DoRunsExecLinesAndKeepsTheMode) {
   EXPECT_EQ(refusal("do show ip nonsense"), "11: \"nonsense\" is not known here");
 }
 
-TEST_F(SessionTest, CommentsAndBlankLinesDoNothing) {
-  EXPECT_EQ(type({"", "   \r", "!", " ! interface gigabitethernet 99"}), "");
-}
-
 TEST_F(SessionTest, FiltersWorkOnShowLinesOnly) {
   const std::string text = "alpha\nbeta\ngamma\nbeta two\n";
   const struct {
@@ -75,19 +71,6 @@ TEST_F(SessionTest, FiltersWorkOnShowLinesOnly) {
   EXPECT_EQ(refusal("show vlan | include"), "20: the text to look for is missing");
   type({"configure", "interface gigabitethernet 1", "description a | include b"});
   EXPECT_EQ(fake().port(1).config.description, "a | include b");
-}
-
-TEST_F(SessionTest, PortLinesAreTakenBack) {
-  type({"configure", "interface gigabitethernet 3", "device veth3", "switchport access vlan 7",
-        "switchport trunk allowed vlan 5-7,10", "switchport trunk native vlan 5", "description x  y"});
-  EXPECT_THAT(running(), HasSubstr("interface gigabitethernet 3\n description x  y\n device veth3\n"
-                                   " switchport access vlan 7\n switchport trunk allowed vlan 5-7,10\n"
-                                   " switchport trunk native vlan 5\n!\n"));
-  type({"no switchport trunk allowed vlan"});
-  EXPECT_EQ(fake().port(3).config.mode, PortMode::access);
-  EXPECT_EQ(fake().port(3).config.access_vlan, 7);
-  type({"no device", "no description", "no switchport access vlan", "no switchport trunk native vlan"});
-  EXPECT_THAT(running(), Not(HasSubstr("gigabitethernet")));
 }
 
 TEST_F(SessionTest, AddressesThatNoStationCanHaveAreRefused) {

@@ -56,13 +56,6 @@ class SocketTest : public CliTest {
   std::thread served_;
 };
 
-TEST_F(SocketTest, BatchAnswersAreFramed) {
-  EXPECT_EQ(say("batch\nconfigure\nvlan 5\n\n", "ok 0\nok 0\nok 0\n"), "ok 0\nok 0\nok 0\n");
-  const std::string fault = "a VLAN identifier must be a number from 1 to 4094\nvlan 0\n     ^\n";
-  EXPECT_EQ(say("vlan 0\n", "^\n"), "refused " + std::to_string(fault.size()) + "\n" + fault);
-  EXPECT_THAT(say("do show vlan\n", "5  -"), HasSubstr("ok "));
-}
-
 TEST_F(SocketTest, ALineWithoutEndIsNotKeptForEver) {
   say("batch\nconfigure\n", "ok 0\n");
   EXPECT_THAT(say(std::string(2 * max_line, 'x'), ""), "");

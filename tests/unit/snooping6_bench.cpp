@@ -7,7 +7,7 @@ namespace bench {
 void Snooping6Bench::SetUp() {
   DeviceBench::SetUp();
   at(0);
-  dhcp6_snoop_set_database_path(table_path().c_str(), (device().temp_directory() + "/next6.ini").c_str());
+  dhcp6_snoop_set_database_path(table_path().c_str(), next_path().c_str());
   init_dhcp6_snooping();
   set_dhcp6_snoop_switch(1);
   set_dhcp6_snoop_vlan(1, 10);
@@ -26,12 +26,6 @@ void Snooping6Bench::TearDown() {
   EXPECT_EQ(g_dhcp6_snooping.intf_list, nullptr);
   EXPECT_THAT(device().rules(), testing::IsEmpty());
   dhcp6_snoop_set_database_path(nullptr, nullptr);
-}
-
-Snooping6Bench::Fate Snooping6Bench::receive(const wire::Message6& message, uint32_t in_port) {
-  wire::Received received(message.frame(), in_port);
-  const int result = dhcp6_packet_snooping_process(received.skp());
-  return {result, device().take_sent()};
 }
 
 wire::Message6 Snooping6Bench::from_server(int type, const Mac& to, const Bytes& options) {
@@ -59,17 +53,6 @@ void Snooping6Bench::expect_whole() {
   expect_index_at_rest(g_dhcp6_snooping.mac_index);
   expect_index_at_rest(g_dhcp6_snooping.ip_index, false);
   EXPECT_EQ(g_dhcp6_snooping.intf_busy.load(), 0u);
-}
-
-std::string Snooping6Bench::saved() {
-  char* text = nullptr;
-  size_t size = 0;
-  FILE* stream = open_memstream(&text, &size);
-  EXPECT_EQ(onu_dhcp6_snoop_save(stream), 0);
-  fclose(stream);
-  const std::string result(text, size);
-  free(text);
-  return result;
 }
 
 }  // namespace bench

@@ -1,28 +1,23 @@
-/// DHCPv6 snooping on VLANs 10 and 20: clients on any port, the server behind trusted port 24.
+/// DHCPv6 snooping, switched on.
 #pragma once
 
 #include "dhcp/snooping6.h"
-#include "tests/unit/bench.h"
+#include "tests/unit/binding_bench.h"
 #include "tests/unit/wire6.h"
 
 namespace bench {
 
-class Snooping6Bench : public DeviceBench {
+class Snooping6Bench : public BindingBench {
  protected:
-  static constexpr uint32_t port = 3, other_port = 4, uplink = 24, group = 0x10000002;
-  static constexpr Mac client{0x02, 0xaa, 0, 0, 0, 0x01}, neighbour{0x02, 0xaa, 0, 0, 0, 0x02};
-  static constexpr Mac server_mac{0x02, 0xbb, 0, 0, 0, 0x01};
   static inline const wire::Ip6 address = wire::ip6("2001:db8::10"), server_ip = wire::ip6("fe80::1");
 
   void SetUp() override;
   /// Both indexes are whole, and nothing outlives the service.
   void TearDown() override;
 
-  struct Fate {
-    int result;
-    std::vector<fake::Sent> sent;
-  };
-  static Fate receive(const wire::Message6& message, uint32_t in_port);
+  static Fate receive(const wire::Message6& message, uint32_t in_port) {
+    return pass(dhcp6_packet_snooping_process, message, in_port);
+  }
   /// A server's message to a client, with an IA_NA that leases `leased` unless other options are said.
   static wire::Message6 from_server(int type, const Mac& to, const Bytes& options);
   static wire::Message6 reply(const Mac& to, const wire::Ip6& leased = address, uint32_t valid_s = 600) {
@@ -36,8 +31,6 @@ class Snooping6Bench : public DeviceBench {
   /// How often a frame of the type on the interface has met this fate; 0 = all that came from no listed interface.
   static uint32_t met(DhcpSnoopVerdict verdict, uint32_t intf, int type);
   static void expect_whole();
-  static std::string table_path() { return device().temp_directory() + "/table6.ini"; }
-  static std::string saved();
 };
 
 }  // namespace bench

@@ -18,7 +18,7 @@ void SnoopingBench::SetUp() {
   at(0);
   init_DHCPR_cfg();
   init_DHCPS_cfg();
-  dhcp_snoop_set_database_path(table_path().c_str(), (device().temp_directory() + "/next.ini").c_str());
+  dhcp_snoop_set_database_path(table_path().c_str(), next_path().c_str());
   init_dhcp_snooping();
   set_dhcp_snoop_switch(1);
   set_dhcp_snoop_vlan(1, 10);
@@ -44,12 +44,6 @@ void SnoopingBench::TearDown() {
   sem_getvalue(&dhcp_snooping_sem, &lock);
   EXPECT_EQ(lock, 1) << "snooping lock";
   dhcp_snoop_set_database_path(nullptr, nullptr);
-}
-
-Fate SnoopingBench::receive(const wire::Message& message, uint32_t in_port, size_t room) {
-  wire::Received received(message.frame(), in_port, room);
-  const int result = dhcp_packet_snooping_process(received.skp());
-  return {result, device().take_sent()};
 }
 
 wire::Message SnoopingBench::from_server(int type, const Mac& to, uint32_t yiaddr) {
@@ -81,24 +75,6 @@ void SnoopingBench::expect_whole() {
   EXPECT_EQ(g_dhcp_snooping.intf_busy.load(), 0u);
   const auto& counts = g_dhcp_snooping.mac_index.count;
   EXPECT_EQ(std::accumulate(std::begin(counts), std::end(counts), 0), g_dhcp_snooping.bind_count);
-}
-
-std::string SnoopingBench::shown(int (*show)(char*, int, int)) {
-  char path[128] = "";
-  const int size = show(path, 1, 2);
-  EXPECT_EQ(size, static_cast<int>(strlen(path)) + 1);
-  return read_file(path);
-}
-
-std::string SnoopingBench::saved() {
-  char* text = nullptr;
-  size_t size = 0;
-  FILE* stream = open_memstream(&text, &size);
-  EXPECT_EQ(onu_dhcp_snoop_save(stream), 0);
-  fclose(stream);
-  const std::string result(text, size);
-  free(text);
-  return result;
 }
 
 }  // namespace bench

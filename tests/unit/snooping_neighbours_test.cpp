@@ -60,8 +60,6 @@ TEST_F(SnoopingNeighbours, EnteringBindingIsToldAsArpCheckingIsSetUp) {
     }
   }
   EXPECT_EQ(device().logged_at("Warning:IP source guard is not set !\n", "dhcpc"), 9);
-  EXPECT_EQ(device().logged_at("set_ipsg_entry fail !\n", "dhcpc"), 9);
-  EXPECT_EQ(device().logged_at("del_ipsg_entry fail !\n", "dhcpc"), 18);
 }
 
 TEST_F(SnoopingNeighbours, AnswersAndComplaintsReachTheCaller) {
@@ -69,13 +67,10 @@ TEST_F(SnoopingNeighbours, AnswersAndComplaintsReachTheCaller) {
   int (*const calls[])(MacBindStruct*) = {sync_add_ipsg_entry, sync_del_ipsg_entry, sync_add_arp_entry,
                                           sync_del_arp_entry};
   for (const auto call : calls) EXPECT_EQ(call(nullptr), -1);
-  EXPECT_EQ(device().logged_at("MacBindStruct node error !\n", "dhcpc"), 4);
   device().source_guard_answer = device().fixed_arp_answer = 5;
   for (const auto call : calls) EXPECT_EQ(call(&binding), 5);
   device().source_guard_answer = device().fixed_arp_answer = -7;
   for (const auto call : calls) EXPECT_EQ(call(&binding), -1);
-  EXPECT_EQ(device().logged_at("arp_add_entry_to_list fail !\n", "dhcpc"), 1);
-  EXPECT_EQ(device().logged_at("arp_del_entry_to_list fail !\n", "dhcpc"), 1);
 }
 
 TEST_F(SnoopingNeighbours, WholeTableIsToldOfBoundEntriesOnly) {

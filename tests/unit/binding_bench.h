@@ -1,4 +1,5 @@
-/// What both binding tables are held against: a plain table under the same random operations, and the grid of clears.
+/// What the tests of both snoopings stand on, and what their binding tables are held against: a plain one under the
+/// same random operations.
 #pragma once
 
 #include <algorithm>
@@ -9,7 +10,43 @@
 
 namespace bench {
 
-/// Which bindings each of the seventeen clears deletes. Columns: all keys right, then the address, MAC, VLAN, interface
+/// Clients on any port of VLANs 10 and 20, the server behind trusted port 24.
+class BindingBench : public DeviceBench {
+ protected:
+  static constexpr uint32_t port = 3, other_port = 4, uplink = 24, group = 0x10000002;
+  static constexpr Mac client{0x02, 0xaa, 0, 0, 0, 0x01}, neighbour{0x02, 0xaa, 0, 0, 0, 0x02};
+  static constexpr Mac server_mac{0x02, 0xbb, 0, 0, 0, 0x01};
+
+  /// What became of one frame.
+  struct Fate {
+    int result;
+    std::vector<fake::Sent> sent;
+  };
+  template <class Frame>
+  static Fate pass(int (*door)(skpack*), const Frame& frame, uint32_t in_port, size_t room = 0) {
+    wire::Received received(frame.frame(), in_port, room);
+    const int result = door(received.skp());
+    return {result, device().take_sent()};
+  }
+  static std::string table_path() { return device().temp_directory() + "/table.ini"; }
+  static std::string next_path() { return device().temp_directory() + "/next.ini"; }
+  /// What a display or save function writes.
+  static std::string shown(int (*show)(char*, int, int)) {
+    char path[128] = "";
+    const int size = show(path, 1, 2);
+    EXPECT_EQ(size, static_cast<int>(strlen(path)) + 1);
+    return read_file(path);
+  }
+  static std::string saved(int (*save)(FILE*)) {
+    const std::string path = device().temp_directory() + "/saved";
+    FILE* stream = fopen(path.c_str(), "we");
+    EXPECT_EQ(save(stream), 0);
+    fclose(stream);
+    return read_file(path);
+  }
+};
+
+/// Which of the seventeen clears delete a binding. Columns: all keys right, then the address, MAC, VLAN, interface
 /// wrong, then all right on a static binding.
 inline constexpr const char* cleared[17] = {"++++++", "+-++++", "+--+++", "+--+-+", "+---++", "+----+",
                                             "+-++-+", "+-+-++", "+-+--+", "++-+++", "++-+-+", "++--++",
@@ -114,7 +151,7 @@ void compare_with_twin(void (*expect_whole)()) {
       Family::age();
       twin.age(device().now);
     }
-    ASSERT_EQ(Family::count(), static_cast<int>(twin.rows.size())) << "step " << step;
+    ASSERT_EQ(Family::config.bind_count, static_cast<int32_t>(twin.rows.size())) << "step " << step;
     if (step % 500 == 0) expect_whole();
   }
   for (const Twin::Row& row : twin.rows) {
