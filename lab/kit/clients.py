@@ -82,11 +82,12 @@ class Dhclient(Client):
 
 class Dhcpcd(Client):
     bound = r"leased (\S+) for"
+    settings = "clientid\nnoarp\nnodelay\nipv4only\nnoipv4ll\noption routers, domain_name_servers\n"
 
     def begin(self):
         path = f"{HERE}/{self.host.name}.dhcpcd.conf"
         with open(path, "w", encoding="ascii") as file:
-            file.write("clientid\nnoarp\nnodelay\nipv4only\nnoipv4ll\noption routers, domain_name_servers\n")
+            file.write(self.settings)
         os.makedirs("/run/dhcpcd", exist_ok=True)
         self._start("dhcpcd", "--nobackground", "--debug", "--config", path, "--script", "/bin/true", self.host.name)
 

@@ -1,9 +1,6 @@
 """Stock DHCPv6 clients as black boxes, each in its host's namespace."""
-import os
-
-from kit.clients import Client, Dhclient, wait_until
+from kit.clients import Client, Dhclient, Dhcpcd, wait_until
 from kit.ip6 import addresses, speaks_ip6
-from kit.sandbox import HERE, run
 
 
 class Client6(Client):
@@ -34,18 +31,5 @@ class Dhclient6(Client6, Dhclient):
                 f"/run/dhclient6.{name}.pid", name]
 
 
-class Dhcpcd6(Client6):
-    def begin(self):
-        path = f"{HERE}/{self.host.name}.dhcpcd6.conf"
-        with open(path, "w", encoding="ascii") as file:
-            file.write("duid ll\nipv6only\nnoipv6rs\nnodelay\nia_na\noption dhcp6_name_servers, dhcp6_domain_search\n")
-        os.makedirs("/run/dhcpcd", exist_ok=True)
-        self._start("dhcpcd", "--nobackground", "--debug", "--config", path, "--script", "/bin/true", self.host.name)
-
-    def renew(self):
-        """Asks the running client to renew its lease with the server that gave it."""
-        run(*self.host.net.command("dhcpcd", "--renew", self.host.name))
-
-    def release(self):
-        run(*self.host.net.command("dhcpcd", "--release", self.host.name))
-        self.process.wait(10)
+class Dhcpcd6(Client6, Dhcpcd):
+    settings = "duid ll\nipv6only\nnoipv6rs\nnodelay\nia_na\noption dhcp6_name_servers, dhcp6_domain_search\n"

@@ -3,7 +3,7 @@ import json
 
 from kit.ip6 import speaks_ip6
 from kit.sandbox import HERE
-from kit.servers import Server
+from kit.servers import Dnsmasq, Server
 
 
 class Server6(Server):
@@ -17,20 +17,12 @@ class Server6(Server):
         speaks_ip6(host, address)
 
 
-class Dnsmasq6(Server6):
-    """Leases `first` to `last` for a time, and what further words say."""
-
+class Dnsmasq6(Server6, Dnsmasq):
     ready = "DHCPv6, (sockets bound|IP range)"
 
     def __init__(self, host, address, first, last, *more, lease="1h"):
-        super().__init__(host, address)
+        Server6.__init__(self, host, address)
         self.range, self.more = f"{first},{last},64,{lease}", more
-
-    def words(self):
-        return ["dnsmasq", "--no-daemon", "--user=root", "--group=root", "--conf-file=/dev/null", "--port=0",
-                "--no-resolv", "--no-hosts", f"--interface={self.host.name}", "--log-dhcp", "--dhcp-authoritative",
-                f"--pid-file={HERE}/{self.host.name}.dnsmasq6.pid", f"--dhcp-leasefile={self.leases}",
-                f"--dhcp-range={self.range}", *self.more]
 
 
 class Kea6(Server6):
