@@ -56,14 +56,14 @@ TEST_F(Relay6, RequestGoesOutInsideARelayForward) {
   EXPECT_EQ(frames[0].vlan, 20u);
   const Bytes message = Bytes{12, 0} + bytes_of(own_ip) + bytes_of(client_ip) +
                         option6(9, Bytes{1, 0x12, 0x34, 0x56} + option6(1, {1, 2, 3}));
-  const auto length = static_cast<uint8_t>(8 + message.size());
-  const Bytes head = Bytes(server_mac.begin(), server_mac.end()) + Bytes(own_mac.begin(), own_mac.end()) +
-                     Bytes{0x81, 0, 0, 20, 0x86, 0xdd, 0x60, 0, 0, 0, 0, length, 17, 64} + bytes_of(own_ip) +
-                     bytes_of(ip6(server)) + Bytes{0x02, 0x22, 0x02, 0x23, 0, length};
-  EXPECT_EQ(Reply6(frames[0].bytes).faults, "") << "checksum and lengths";
-  Bytes seen = frames[0].bytes;
-  seen.erase(seen.begin() + 64, seen.begin() + 66);
-  EXPECT_EQ(seen, head + message);
+  const Reply6 seen(frames[0].bytes);
+  EXPECT_EQ(seen.faults, "") << "checksum and lengths";
+  EXPECT_EQ(seen.message, message);
+  EXPECT_EQ(seen.to_mac, server_mac);
+  EXPECT_EQ(seen.from_mac, own_mac);
+  EXPECT_EQ(seen.from_ip, own_ip);
+  EXPECT_EQ(seen.to_ip, ip6(server));
+  EXPECT_EQ((std::array{seen.vlan, seen.from_port, seen.to_port, seen.hop_limit}), (std::array{20u, 546u, 547u, 64u}));
   EXPECT_EQ(listed()[0].requests, 1u);
 
   const Bytes longest(1500, 0xa5);
@@ -133,7 +133,6 @@ TEST_F(Relay6, ReplyReachesTheClientInItsVlan) {
   EXPECT_EQ(listed()[0].replies, 1u);
 
   EXPECT_EQ(receive(reply(ip6("fe80::dead"), carried)), -1);
-  EXPECT_EQ(device().logged_at("packet,dhcp6 relay get info table failed!\n", "dhcpc"), 1);
   device().mac_table.erase({client_mac, 11});
   EXPECT_EQ(receive(reply(client_ip, carried)), 0) << "nobody knows where the client is now";
 }
@@ -143,23 +142,17 @@ TEST_F(Relay6, MalformedMessageGoesNowhere) {
   sent();
   const Bytes off{0, 9, 0, 4, 1, 2, 3}, second = option6(18, {1}) + carried;
   const auto beyond = static_cast<uint16_t>(8 + 34 + carried.size() + 1);
-  const char *invalid_forward = "packet, Invalid Dhcpv6 relay forward packet!\n",
-             *invalid_reply = "packet,Invalid Dhcpv6 relay reply packet!\n",
-             *invalid_length = "packet,Invalid packet length of received dhcp";
-  const std::pair<Message6, const char*> rows[] = {
-      {solicit().udp_length(7), invalid_length}, {solicit().udp_length(8 + 4 + 7 + 1), invalid_length},
-      {further(0, {}), invalid_forward},         {further(0, {0, 9, 0}), invalid_forward},
-      {further(0, second), invalid_forward},     {further(0, carried).udp_length(8 + 33), invalid_forward},
-      {further(0, off), invalid_length},         {further(0, carried).udp_length(beyond), invalid_length},
-      {reply(client_ip, {}), invalid_reply},     {reply(client_ip, second), invalid_reply},
-      {reply(client_ip, off), invalid_length},   {reply(client_ip, carried).udp_length(beyond), invalid_length},
+  const Message6 rows[] = {
+      solicit().udp_length(7), solicit().udp_length(8 + 4 + 7 + 1),
+      further(0, {}),          further(0, {0, 9, 0}),
+      further(0, second),      further(0, carried).udp_length(8 + 33),
+      further(0, off),         further(0, carried).udp_length(beyond),
+      reply(client_ip, {}),    reply(client_ip, second),
+      reply(client_ip, off),   reply(client_ip, carried).udp_length(beyond),
   };
-  for (const auto& [message, text] : rows) {
-    const int before = device().logged_at(text, "dhcpc");
-    const auto row = &message - &rows[0].first;
-    EXPECT_EQ(receive(Message6(message).from_ip(ip6("fe80::bad"))), -1) << row;
-    EXPECT_EQ(device().logged_at(text, "dhcpc"), before + 1) << row;
-    EXPECT_TRUE(sent().empty()) << row;
+  for (const Message6& message : rows) {
+    EXPECT_EQ(receive(Message6(message).from_ip(ip6("fe80::bad"))), -1) << &message - rows;
+    EXPECT_TRUE(sent().empty()) << &message - rows;
   }
   EXPECT_EQ(counted().clients, 1u) << "a refused sender is not remembered";
 }
@@ -198,16 +191,10 @@ TEST_F(Relay6, MulticastFrameIsFloodedUnlessItsInterfaceIsGiven) {
 }
 
 TEST_F(Relay6, DestinationsComeAndGoWhileFramesFlow) {
-  std::atomic<bool> stop{false};
-  std::thread host([&] {
-    while (!stop) {
-      remove(other);
-      add(other);
-      (void)listed();
-    }
+  std::thread host([] {
+    for (int i = 0; i < 300; ++i, remove(other), add(other)) (void)listed();
   });
   for (int i = 0; i < 300; ++i) EXPECT_EQ(receive(solicit()), 0);
-  stop = true;
   host.join();
   EXPECT_GE(sent().size(), 300u);
 }

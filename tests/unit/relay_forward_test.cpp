@@ -58,8 +58,12 @@ TEST_F(RelayForward, RoutedRequestReachesEveryHelperWhoseMacIsKnown) {
 }
 
 TEST_F(RelayForward, ChosenServerAloneIsAskedEvenWithoutItsMac) {
+  device().arp_hosts[other_server] = other_mac;
   start_routing();
   ASSERT_EQ(DHCPR_set_dhcp_serverip(1, other_server), 0);
+  device().arp_hosts.erase(other_server);
+  at(400);
+  dhcp_server_node_timeout_check();
   const auto chosen = wire::Message(wire::REQUEST, client).ip_option(54, other_server);
   EXPECT_EQ(receive(chosen), 0);
   EXPECT_TRUE(device().take_sent().empty()) << "nobody is known to have no MAC";

