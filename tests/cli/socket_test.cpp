@@ -117,26 +117,19 @@ class CommandServerTest : public CliTest {
   const std::string path = directory + "/socket";
 };
 
-TEST_F(CommandServerTest, CommandsStopAtTheFirstRefusedOne) {
+TEST_F(CommandServerTest, CommandsAndScriptsStopAtTheFirstRefusedLine) {
   CommandServer server(path, "");
   start(server);
   const Result good = switchctl("-c configure -c 'vlan 5' -c 'do show vlan'");
   EXPECT_EQ(good.status, 0);
   EXPECT_THAT(good.out, HasSubstr("   5  -"));
+  const std::string fault = "a VLAN identifier must be a number from 1 to 4094\n";
   const Result bad = switchctl("-c configure -c 'vlan 6' -c 'vlan x' -c 'vlan 7'");
   EXPECT_EQ(bad.status, 1);
-  EXPECT_EQ(bad.out, "a VLAN identifier must be a number from 1 to 4094\nvlan x\n     ^\n");
-  EXPECT_THAT(running(), HasSubstr("vlan 5-6\n"));
-}
-
-TEST_F(CommandServerTest, AScriptSaysWhereItStopped) {
-  CommandServer server(path, "");
-  start(server);
-  EXPECT_EQ(switchctl("", "configure\r\n! a comment\n\nvlan 5\nend\nexit\n").status, 0);
-  const Result bad = switchctl("", "configure\n\nvlan 0\nvlan 6\n");
-  EXPECT_EQ(bad.status, 1);
-  EXPECT_EQ(bad.out, "-:3: a VLAN identifier must be a number from 1 to 4094\nvlan 0\n     ^\n");
-  EXPECT_THAT(running(), HasSubstr("vlan 5\n"));
+  EXPECT_EQ(bad.out, fault + "vlan x\n     ^\n");
+  EXPECT_EQ(switchctl("", "configure\r\n! a comment\n\nvlan 8\nend\nexit\n").status, 0);
+  EXPECT_EQ(switchctl("", "configure\n\nvlan 0\nvlan 10\n").out, "-:3: " + fault + "vlan 0\n     ^\n");
+  EXPECT_THAT(running(), HasSubstr("vlan 5-6,8\n"));
 }
 
 TEST_F(CommandServerTest, EndsItsOperatorsAndLeavesNoSocket) {

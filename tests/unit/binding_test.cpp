@@ -11,7 +11,7 @@ namespace {
 /// A binding's address is a number here, whatever it is in the family.
 struct Family4 : SnoopingBench {
   using Entry = MacBindStruct;
-  static constexpr bool newcomer_displaces = true, configured_is_saved = true;
+  static constexpr bool newcomer_displaces = true, configured_is_saved = true, floods_groups = true;
   static constexpr auto age = check_mac_bind_valid, timer = timer_dhcp_snoop, cycle = cycle_write_bind_flash;
   static constexpr auto age_bucket = clear_mac_bind_list;
   static constexpr auto set_file = set_dhcp_snoop_writeflash;
@@ -30,6 +30,7 @@ struct Family4 : SnoopingBench {
   static wire::Message ask(const Mac& mac) { return {wire::REQUEST, mac}; }
   static wire::Message chat(const Mac& mac) { return {wire::INFORM, mac}; }
   static wire::Message answer(const Mac& mac, uint32_t address, uint32_t lease_s) { return ack(mac, address, lease_s); }
+  static wire::Message unicast(const Mac& mac) { return ack(mac).unicast_to(mac, SnoopingBench::address); }
   static Fate learn(const Mac& mac) { return receive(discover(mac), port); }
   static Entry& lease(const Mac& mac, uint32_t address, uint32_t lease_s) {
     return bind(mac, address, port, 10, lease_s);
@@ -42,7 +43,7 @@ struct Family4 : SnoopingBench {
 
 struct Family6 : Snooping6Bench {
   using Entry = MacBind6Struct;
-  static constexpr bool newcomer_displaces = false, configured_is_saved = false;
+  static constexpr bool newcomer_displaces = false, configured_is_saved = false, floods_groups = false;
   static constexpr auto age = check_mac_bind6_valid, timer = timer_dhcp6_snoop, cycle = cycle_write_dhcp6_bind_flash;
   static constexpr auto age_bucket = clear_mac_bind6_list;
   static constexpr auto set_file = set_dhcp6_snoop_writeflash;
@@ -70,6 +71,7 @@ struct Family6 : Snooping6Bench {
   static wire::Message6 answer(const Mac& mac, uint32_t address, uint32_t lease_s) {
     return reply(mac, ip(address), lease_s);
   }
+  static wire::Message6 unicast(const Mac& mac) { return reply(mac); }
   static Fate learn(const Mac& mac) { return receive(wire::Message6(wire::SOLICIT6, mac), port); }
   static Entry& lease(const Mac& mac, uint32_t address, uint32_t lease_s) {
     return bind(mac, ip(address), port, 10, lease_s);
@@ -111,24 +113,37 @@ TYPED_TEST(BothSnoopings, TurnThe251stClientAway) {
   EXPECT_EQ(this->learn(mac_number(7)).sent.size(), 1u) << "a known client still gets in";
 }
 
+TYPED_TEST(BothSnoopings, SendFramesToAllOrByTheKnownPortOrNotAtAll) {
+  const auto flooded = this->learn(this->client).sent;
+  ASSERT_EQ(flooded.size(), 1u);
+  EXPECT_EQ(flooded[0].mode, 0);
+  EXPECT_EQ(flooded[0].vlan, 10u);
+  EXPECT_EQ(flooded[0].ports.size(), TypeParam::floods_groups ? 36u : 28u);
+  EXPECT_EQ(flooded[0].ports.back(), TypeParam::floods_groups ? 0x1000000au : 28u);
+  const auto answered = [&] { return this->receive(this->unicast(this->client), this->uplink).sent; };
+  EXPECT_THAT(answered(), testing::IsEmpty()) << "nobody knows where";
+  device().mac_table[{this->client, 10}] = 5;
+  EXPECT_EQ(answered().at(0).mode, 2);
+  EXPECT_THAT(answered().at(0).ports, testing::ElementsAre(5));
+  device().group_of_port[5] = 3;
+  EXPECT_THAT(answered().at(0).ports, testing::ElementsAre(TypeParam::floods_groups ? 0x10000003 : 5));
+}
+
 TYPED_TEST(BothSnoopings, MoveAClientAtTheAnswerAndNotBefore) {
   auto& binding = this->lease(this->client, 1, 600);
   this->receive(this->chat(this->client), this->other_port);
   this->receive(this->answer(this->client, 1, 600), this->uplink);
   EXPECT_EQ(binding.intf, uint32_t{this->port}) << "who does not ask for an address does not move";
   this->at(100);
-  this->receive(this->ask(this->client).vlan(20), this->other_port);
-  EXPECT_EQ(binding.vlan, 10);
-  EXPECT_EQ(binding.intf, uint32_t{this->port});
-  EXPECT_EQ(this->holder(10, 1), &binding);
-  this->receive(this->answer(this->client, 1, 300).vlan(20), this->uplink);
-  EXPECT_EQ(binding.vlan, 20);
+  this->receive(this->ask(this->client), this->other_port);
+  EXPECT_EQ(binding.intf, uint32_t{this->port}) << "nor does who only asks";
+  this->receive(this->answer(this->client, 1, 300), this->uplink);
   EXPECT_EQ(binding.intf, uint32_t{this->other_port});
   EXPECT_EQ(binding.time, static_cast<int32_t>(this->start + 100));
-  EXPECT_EQ(this->holder(10, 1), nullptr);
-  EXPECT_EQ(this->holder(20, 1), &binding);
+  this->receive(this->ask(this->client).vlan(20), this->other_port);
+  EXPECT_EQ(this->holder(10, 1), &binding);
   this->receive(this->answer(this->client, 2, 400).vlan(20), this->uplink);
-  EXPECT_EQ(this->holder(20, 1), nullptr);
+  EXPECT_EQ(this->holder(10, 1), nullptr);
   EXPECT_EQ(this->holder(20, 2), &binding);
   EXPECT_EQ(this->config.min_lease, 300) << "only a shorter lease counts";
   this->receive(this->answer(this->neighbour, 3, 60), this->uplink);

@@ -117,21 +117,7 @@ TEST_F(Snooping6, GateEndsFramesBeforeAnybodyAsksForTheirType) {
   EXPECT_EQ(g_dhcp6_snooping.bind_count, 0);
 }
 
-TEST_F(Snooping6, FramesLeaveByTheListTheKnownPortOrNotAtAll) {
-  const Fate flooded = receive(Message6(wire::SOLICIT6, client), port);
-  ASSERT_EQ(flooded.sent.size(), 1u);
-  EXPECT_EQ(flooded.sent[0].mode, 0);
-  EXPECT_EQ(flooded.sent[0].vlan, 10u);
-  EXPECT_EQ(flooded.sent[0].ports.size(), 28u) << "physical ports, no groups";
-  EXPECT_EQ(flooded.sent[0].ports.back(), 28u);
-  EXPECT_THAT(receive(reply(client), uplink).sent, IsEmpty()) << "unknown unicast";
-  device().mac_table[{client, 10}] = port;
-  device().group_of_port[port] = 1;
-  const Fate known = receive(reply(client), uplink);
-  ASSERT_EQ(known.sent.size(), 1u);
-  EXPECT_EQ(known.sent[0].mode, 2);
-  EXPECT_THAT(known.sent[0].ports, ElementsAre(port)) << "the port itself, not its group";
-  // Outside the snooped VLANs nothing is learnt and nothing stopped.
+TEST_F(Snooping6, OutsideTheSnoopedVlansNothingIsLearntAndNothingStopped) {
   const char* const text = "packet,the packet vlan is not dhcpv6 snooping vlan,forward it";
   for (const auto& message :
        {Message6(wire::REPLY6, neighbour).vlan(30), Message6(wire::SOLICIT6, neighbour).untagged()}) {
