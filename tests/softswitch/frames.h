@@ -37,26 +37,8 @@ inline Bytes ip4(bool tagged, uint8_t protocol, uint16_t to, size_t payload, int
   Bytes frame = ether(tagged, type_ipv4);
   const size_t head = 20 + static_cast<size_t>(options) * 4;
   const size_t total = head + (protocol == protocol_udp ? 8 : 20) + payload;
-  append(frame, {0x45 + options,
-                 0,
-                 static_cast<int>(total >> 8),
-                 static_cast<int>(total & 255),
-                 0,
-                 1,
-                 0,
-                 0,
-                 64,
-                 protocol,
-                 0,
-                 0,
-                 192,
-                 168,
-                 10,
-                 9,
-                 192,
-                 168,
-                 10,
-                 1});
+  append(frame, {0x45 + options, 0, static_cast<int>(total >> 8), static_cast<int>(total & 255), 0, 1, 0, 0, 64});
+  append(frame, {protocol, 0, 0, 192, 168, 10, 9, 192, 168, 10, 1});
   frame.insert(frame.end(), head - 20, 1);
   transport(frame, protocol, to, payload);
   return frame;

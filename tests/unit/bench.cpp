@@ -5,13 +5,9 @@
 #include <fstream>
 #include <sstream>
 
-#include "base/list.h"
-
 extern "C" sem_t dhcp_server_sem;
 
 namespace bench {
-
-using dhcp::base::Records;
 
 namespace {
 
@@ -59,6 +55,25 @@ std::string read_file(const std::string& path) {
 
 void write_file(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
 
+std::string DeviceBench::shown(int (*show)(char*, int, int), int a) {
+  char path[128] = "";
+  const int result = show(path, a, 7);
+  EXPECT_EQ(result, static_cast<int>(strlen(path)) + 1);
+  EXPECT_EQ(path, device().temp_directory() + "/0_" + std::to_string(a) + "_7") << "a and b are passed on";
+  return read_file(path);
+}
+
+std::string DeviceBench::saved(int (*save)(FILE*)) {
+  char* text = nullptr;
+  size_t size = 0;
+  FILE* stream = open_memstream(&text, &size);
+  EXPECT_EQ(save(stream), 0);
+  fclose(stream);
+  const std::string copy(text, size);
+  free(text);
+  return copy;
+}
+
 void ServerBench::SetUp() {
   DeviceBench::SetUp();
   at(0);
@@ -72,7 +87,7 @@ void ServerBench::TearDown() {
     const uint32_t id = (*Records<DhcpPool>(dhcps_cfg.pools.head).begin()).pool_id;
     ASSERT_EQ(dhcp_server_del_pool_entry(id), 0);
   }
-  dhcp_server_clear_binding(0);
+  EXPECT_EQ(dhcps_cfg.bindings.count, 0) << "a pool takes its leases along";
   dhcp_server_clear_conflict(0);
   for (const DhcpExcludeRange& range : Records<DhcpExcludeRange>(dhcps_cfg.excludes.head)) {
     dhcp_server_del_exclude_ip(range.start_ip, range.end_ip);

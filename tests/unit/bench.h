@@ -7,6 +7,7 @@
 
 #include <optional>
 
+#include "base/list.h"
 #include "dhcp/binding.h"
 #include "dhcp/server.h"
 #include "tests/fake/device.h"
@@ -14,7 +15,16 @@
 
 namespace bench {
 
+using dhcp::base::Records;
 using fake::device;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+using testing::StartsWith;
 using wire::Bytes;
 using wire::ip;
 using wire::Mac;
@@ -25,6 +35,10 @@ class DeviceBench : public ::testing::Test {
  protected:
   void SetUp() override { fake::reset(); }
   void at(uint32_t seconds) { device().now = start + seconds; }
+  /// What a display function leaves in its temporary file; `a` and 7 are passed on to it.
+  static std::string shown(int (*show)(char*, int, int), int a = 0);
+  /// What a save function writes.
+  static std::string saved(int (*save)(FILE*));
   static constexpr uint32_t start = 1'700'000'000;
 };
 

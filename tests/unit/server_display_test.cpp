@@ -1,41 +1,11 @@
 /// Display and save, to the letter.
-#include <unistd.h>
-
-#include <fstream>
-#include <sstream>
-
 #include "tests/unit/bench.h"
 
+namespace bench {
 namespace {
 
-using bench::Bytes;
-using bench::device;
-using bench::ip;
-using bench::mac_number;
-
-class ServerDisplay : public bench::ServerBench {
+class ServerDisplay : public ServerBench {
  protected:
-  /// The file that a display function writes.
-  static std::string shown(int (*show)(char*, int, int), int a = 0) {
-    char path[128];
-    const int result = show(path, a, 7);
-    EXPECT_EQ(result, static_cast<int>(strlen(path)) + 1);
-    EXPECT_EQ(path, device().temp_directory() + "/0_" + std::to_string(a) + "_7") << "a and b are passed on";
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-  }
-  static std::string saved() {
-    char* text = nullptr;
-    size_t size = 0;
-    FILE* stream = open_memstream(&text, &size);
-    EXPECT_EQ(onu_dhcp_server_save(stream), 0);
-    fclose(stream);
-    const std::string copy(text, size);
-    free(text);
-    return copy;
-  }
   static void set_option(uint8_t code, const Bytes& value, uint8_t type) {
     Bytes whole = value;
     whole.resize(312, 'Z');
@@ -73,10 +43,25 @@ TEST_F(ServerDisplay, PoolIsShownLineByLine) {
                                                       "Tftp Server name               : tftp.example.net\n"
                                                       "Boot file name                 : image.bin\n"
                                                       "Boot file name size            : 512\n\n");
-  dhcp_server_set_pool_lease(1, 0xffffffff);
-  EXPECT_THAT(shown(show_dhcp_server_conf), testing::HasSubstr("\nlease time                     : infinite\n"));
-  dhcp_server_set_pool_lease(1, 0x80000000);
-  EXPECT_THAT(shown(show_dhcp_server_conf), testing::HasSubstr("lease time                     : -2147483648 secs\n"));
+}
+
+TEST_F(ServerDisplay, LeaseTimeIsShownInSecondsAndSavedInWholeMinutes) {
+  make_pool();
+  const struct {
+    uint32_t seconds;
+    const char *shown, *saved;
+  } rows[] = {{86400, "86400 secs", "10 192.168.1.20\r\nexit"},
+              {0xffffffff, "infinite", "lease infinite\r\n"},
+              {0x80000000, "-2147483648 secs", "lease "},
+              {7200, "7200 secs", "lease 0 2\r\n"},
+              {59, "59 secs", "lease 0 0\r\n"},
+              {86460, "86460 secs", "lease 1 0 1\r\n"}};
+  for (const auto& row : rows) {
+    dhcp_server_set_pool_lease(1, row.seconds);
+    EXPECT_THAT(shown(show_dhcp_server_conf),
+                HasSubstr("\nlease time                     : " + std::string(row.shown) + "\n"));
+    EXPECT_THAT(saved(onu_dhcp_server_save), HasSubstr(row.saved));
+  }
 }
 
 TEST_F(ServerDisplay, LeasesShowTheMinuteThatHasBegun) {
@@ -91,9 +76,8 @@ TEST_F(ServerDisplay, LeasesShowTheMinuteThatHasBegun) {
     dhcp_server_set_pool_lease(1, row.lease);
     lease(mac_number(0x0102));
     at(row.passed);
-    EXPECT_THAT(
-        shown(show_dhcp_server_binding),
-        testing::HasSubstr("         192.168.1.10    Ethernet 00:10:20:30:01:02  " + std::string(row.text) + "\n"));
+    EXPECT_THAT(shown(show_dhcp_server_binding),
+                HasSubstr("         192.168.1.10    Ethernet 00:10:20:30:01:02  " + std::string(row.text) + "\n"));
     dhcp_server_clear_binding(0);
   }
 }
@@ -101,10 +85,10 @@ TEST_F(ServerDisplay, LeasesShowTheMinuteThatHasBegun) {
 TEST_F(ServerDisplay, OnlyAcknowledgedLeasesAreListed) {
   make_pool();
   const auto with_id = [](wire::Message message) { return message.option(61, {0, 'h', 'o', 's', 't'}); };
-  const uint32_t address = offered(with_id(bench::discover(mac_number(1))));
-  receive(with_id(bench::request(mac_number(1), address)));
+  const uint32_t address = offered(with_id(discover(mac_number(1))));
+  receive(with_id(request(mac_number(1), address)));
   expect_reply({.type = wire::ACK});
-  offered(bench::discover(mac_number(2)));  // an offer only
+  offered(discover(mac_number(2)));  // an offer only
   EXPECT_EQ(shown(show_dhcp_server_binding),
             "\n         ip address      hw type  hw address           expire time \n"
             "         ----------      -------  ----------         ---------------  \n"
@@ -152,7 +136,7 @@ TEST_F(ServerDisplay, ConfigurationIsSavedAsItIsTyped) {
   dhcp_server_set_exclude_ip(ip(192, 168, 1, 11), ip(192, 168, 1, 12));
   dhcp_server_set_exclude_ip(ip(192, 168, 1, 1), ip(192, 168, 1, 1));
   dhcp_server_start_stop(1);
-  EXPECT_EQ(saved(),
+  EXPECT_EQ(saved(onu_dhcp_server_save),
             "ip dhcp-server\r\n"
             "ip dhcp pool 2\r\nlease 0 0\r\nexit\r\n"
             "ip dhcp pool 1\r\nnetwork 192.168.1.0 255.255.255.0 192.168.1.10 192.168.1.20\r\nlease 1 1 1\r\n"
@@ -165,26 +149,11 @@ TEST_F(ServerDisplay, ConfigurationIsSavedAsItIsTyped) {
   dhcp_server_start_stop(0);
 }
 
-TEST_F(ServerDisplay, LeaseLineIsSavedInWholeMinutes) {
-  make_pool();
-  const std::pair<uint32_t, const char*> rows[] = {{86400, "10 192.168.1.20\r\nexit"},
-                                                   {0xffffffff, "lease infinite\r\n"},
-                                                   {7200, "lease 0 2\r\n"},
-                                                   {59, "lease 0 0\r\n"},
-                                                   {86460, "lease 1 0 1\r\n"}};
-  for (const auto& [seconds, text] : rows) {
-    dhcp_server_set_pool_lease(1, seconds);
-    EXPECT_THAT(saved(), testing::HasSubstr(text));
-  }
-}
-
 TEST_F(ServerDisplay, ClearTakesOneOrAll) {
   make_pool();
   for (uint32_t n = 1; n <= 3; ++n) lease(mac_number(n));
-  dhcp_server_clear_binding(ip(192, 168, 1, 11));
-  dhcp_server_clear_binding(ip(192, 168, 1, 99));
-  ASSERT_EQ(leases().size(), 2u);
-  EXPECT_EQ(dhcp_get_pool_by_id(1)->binding_count, 2);
+  for (const uint32_t host : {11u, 99u}) dhcp_server_clear_binding(ip(192, 168, 1, host));
+  EXPECT_THAT(leases(), SizeIs(2));
   EXPECT_EQ(device().logged_at("bind_ip:192.168.1.11.\n", "clear binding"), 1);
   for (uint32_t n = 1; n <= 3; ++n) dhcp_add_conflict_ip(n);
   dhcp_server_clear_conflict(2);
@@ -195,3 +164,4 @@ TEST_F(ServerDisplay, ClearTakesOneOrAll) {
 }
 
 }  // namespace
+}  // namespace bench

@@ -1,25 +1,13 @@
 /// What the server answers to whom, and what it must not be talked into.
 #include "tests/unit/bench.h"
 
+namespace bench {
 namespace {
-
-using bench::Bytes;
-using bench::device;
-using bench::discover;
-using bench::Expected;
-using bench::ip;
-using bench::Mac;
-using bench::mac_number;
-using bench::renewal;
-using bench::request;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
 
 const Mac client = mac_number(1), other = mac_number(2);
 constexpr uint32_t first_ip = ip(192, 168, 1, 10);
 
-class ServerMessages : public bench::ServerBench {
+class ServerMessages : public ServerBench {
  protected:
   void SetUp() override {
     ServerBench::SetUp();
@@ -50,10 +38,10 @@ TEST_F(ServerMessages, OfferAndAckGoToEveryPortOfTheVlan) {
                        .ports = all_ports,
                        .codes = {{53, 54, 51}}};
   expect_reply(offer);
-  EXPECT_THAT(leases(), ElementsAre(bench::Lease{first_ip, 1, DHCPS_OFFERED, start + 5}));
+  EXPECT_THAT(leases(), ElementsAre(Lease{first_ip, 1, DHCPS_OFFERED, start + 5}));
   EXPECT_EQ(receive(request(client, first_ip)), 0);
   expect_reply({.type = wire::ACK, .yiaddr = first_ip, .codes = {{53, 54, 51}}});
-  EXPECT_THAT(leases(), ElementsAre(bench::Lease{first_ip, 1, DHCPS_ACKNOWLEDGED, start + 86400}));
+  EXPECT_THAT(leases(), ElementsAre(Lease{first_ip, 1, DHCPS_ACKNOWLEDGED, start + 86400}));
   EXPECT_EQ(device().logged_at("Send dhcp offer packet:ret=0\n", "dhcp offer"), 1);
   EXPECT_EQ(device().logged_at("Send dhcp ack packet:ret=0\n", "dhcp ack"), 1);
 }
@@ -71,22 +59,19 @@ TEST_F(ServerMessages, OptionsStandInTheClientsOrderThenThePools) {
   const auto offer = reply();
   ASSERT_TRUE(offer);
   EXPECT_THAT(offer->codes(), ElementsAre(53, 54, 51, 15, 6, 3, 1, 13, 3, 43));
-  EXPECT_EQ(offer->option(54), wire::be32(own_ip));
-  EXPECT_EQ(offer->option(51), wire::be32(86400));
-  EXPECT_EQ(offer->option(15), (Bytes{'e', 'x', 'a', 'm', 'p', 'l', 'e', '.', 'n', 'e', 't'}));
-  EXPECT_EQ(offer->option(6), (Bytes{8, 8, 8, 8, 9, 9, 9, 9}));
-  EXPECT_EQ(offer->option(3), (Bytes{192, 168, 1, 1, 192, 168, 1, 2}));
-  EXPECT_EQ(offer->option(1), (Bytes{255, 255, 255, 0}));
-  EXPECT_EQ(offer->option(13), (Bytes{2, 0}));
-  EXPECT_EQ(offer->option(43), (Bytes{0xab, 0xab}));
+  const std::map<int, Bytes> values = {{54, wire::be32(own_ip)},
+                                       {51, wire::be32(86400)},
+                                       {6, {8, 8, 8, 8, 9, 9, 9, 9}},
+                                       {1, {255, 255, 255, 0}},
+                                       {13, {2, 0}},
+                                       {43, {0xab, 0xab}},
+                                       {3, {192, 168, 1, 1, 192, 168, 1, 2}}};
+  for (const auto& [code, value] : values) EXPECT_EQ(offer->option(code), value) << code;
   EXPECT_EQ(offer->options[8].second, Bytes(4, 0x0a));
-  std::string text(offer->message.begin(), offer->message.end());
-  EXPECT_EQ(text.substr(44, 64), "tftp.example.net" + std::string(48, '\0'));
-  EXPECT_EQ(text.substr(108, 128), "image.bin" + std::string(119, '\0'));
+  const auto texts = [](const wire::Reply& r) { return std::string(r.message.begin() + 44, r.message.begin() + 236); };
+  EXPECT_EQ(texts(*offer), "tftp.example.net" + std::string(48, '\0') + "image.bin" + std::string(119, '\0'));
   receive(discover(client));
-  const auto next = reply();
-  text.assign(next->message.begin(), next->message.end());
-  EXPECT_EQ(text.substr(44, 192), std::string(192, '\0')) << "left over from the reply before";
+  EXPECT_EQ(texts(*reply()), std::string(192, '\0')) << "left over from the reply before";
 }
 
 TEST_F(ServerMessages, WhatThePoolDoesNotHaveIsLeftOut) {
@@ -153,22 +138,14 @@ TEST_F(ServerMessages, UnicastToAnUnknownPortIsDroppedInSilence) {
 
 TEST_F(ServerMessages, UnknownBindingIsRefusedOnlyToAClientThatNamesItsChoice) {
   const Mac stranger = mac_number(3);
-  const wire::Message only_address = wire::Message(wire::REQUEST, stranger).ip_option(50, first_ip);
-  EXPECT_EQ(receive(only_address), 0);
-  expect_reply({.type = wire::NAK});
-  EXPECT_EQ(receive(wire::Message(wire::REQUEST, stranger).ip_option(54, own_ip).ciaddr(first_ip)), 0);
-  expect_reply({.type = wire::NAK});
+  for (const auto& named : {wire::Message(wire::REQUEST, stranger).ip_option(50, first_ip),
+                            renewal(stranger, first_ip).ip_option(54, own_ip)}) {
+    EXPECT_EQ(receive(named), 0);
+    expect_reply({.type = wire::NAK});
+  }
   EXPECT_EQ(receive(renewal(stranger, first_ip)), 0);
   expect_silence();
   EXPECT_EQ(device().logged_at("Send dhcp nack packet:ret=0\n", "dhcp nack"), 2);
-}
-
-TEST_F(ServerMessages, OfferThatAgedOutIsRefused) {
-  offered(discover(client));
-  at(6);
-  age();
-  receive(request(client, first_ip));
-  expect_reply({.type = wire::NAK});
 }
 
 TEST_F(ServerMessages, IgnoredMessagesLeaveNoTrace) {
@@ -190,6 +167,7 @@ TEST_F(ServerMessages, IgnoredMessagesLeaveNoTrace) {
       {"no request ip and no ciaddr, ignoring...\n", wire::Message(wire::REQUEST, client).ip_option(54, own_ip)},
       {invalid, request(client, first_ip + 1)},
       {invalid, request(client, first_ip + 2)},
+      {"", discover(other).untagged()},
       {"", wire::Message(wire::OFFER, client), 0},
       {"", wire::Message(wire::NAK, client), 0},
   };
@@ -202,13 +180,6 @@ TEST_F(ServerMessages, IgnoredMessagesLeaveNoTrace) {
       EXPECT_EQ(device().logged_at(row.text, "dhcpc"), ++said[row.text]) << row.text;
     }
   }
-}
-
-TEST_F(ServerMessages, UntaggedFrameIsTurnedAwayBeforeAnythingIsSaid) {
-  const size_t lines = device().log().size();
-  EXPECT_EQ(receive(discover(client).untagged()), -1);
-  EXPECT_EQ(device().log().size(), lines);
-  expect_silence();
 }
 
 TEST_F(ServerMessages, StaticHostIsOfferedAndNeverAcknowledged) {
@@ -333,12 +304,9 @@ TEST_F(ServerMessages, PoolIsChosenByRelayClientOrOwnAddress) {
 TEST_F(ServerMessages, FrameOfAStrangersVlanGoesBackToTheSwitch) {
   const Bytes frame = discover(client).vlan(30).frame();
   EXPECT_EQ(receive(frame), -1);
-  const auto sent = device().take_sent();
-  ASSERT_EQ(sent.size(), 1u);
-  EXPECT_EQ(sent[0].bytes, frame);
-  EXPECT_TRUE(sent[0].all_ports);
-  EXPECT_EQ(sent[0].vlan, 30u);
-  EXPECT_EQ(sent[0].mode, 0);
+  const fake::Sent sent = device().take_sent().at(0);
+  EXPECT_EQ(sent.bytes, frame);
+  EXPECT_TRUE(sent.all_ports && sent.vlan == 30 && sent.mode == 0);
   EXPECT_GE(device().logged("Receive DHCP request packet form vlan 30, but this vlan is not manage vlan", "dhcpc"), 1);
   EXPECT_EQ(receive(discover(client).vlan(30).unicast_to(own_mac, own_ip)), -1);
   expect_silence();
@@ -348,7 +316,7 @@ TEST_F(ServerMessages, InterfaceWithoutAnAddressServesNobody) {
   device().interfaces_without_answer = {"eth0.10"};
   testing::internal::CaptureStdout();
   EXPECT_EQ(receive(discover(client).unicast_to(own_mac, own_ip)), -1);
-  EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::HasSubstr("ioctl getip failed!"));
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("ioctl getip failed!"));
   expect_silence();
 }
 
@@ -357,14 +325,12 @@ TEST_F(ServerMessages, CutFramesAreDropped) {
   ASSERT_GE(whole.size(), 342u);
   lease(other);
   const auto before = leases();
-  for (size_t size = 0; size < 289; ++size) {  // up to the middle of option 53
+  for (size_t size = 0; size < whole.size(); ++size) {
     receive(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
+    const auto sent = device().take_sent();
+    if (size >= 289) continue;  // behind option 53
     EXPECT_EQ(leases(), before) << size;
-    expect_silence();
-  }
-  for (size_t size = 289; size < whole.size(); ++size) {
-    receive(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)));
-    device().take_sent();
+    EXPECT_THAT(sent, IsEmpty()) << size;
   }
 }
 
@@ -380,15 +346,7 @@ TEST_F(ServerMessages, OptionsThatLieAboutTheirLengthAreDropped) {
       expect_silence();
     }
   }
-  // Any byte may be wrong; whatever comes of it stays inside the frame.
-  for (size_t at = 0; at < honest.size(); ++at) {
-    for (unsigned value : {0u, 1u, 2u, 52u, 61u, 127u, 254u, 255u}) {
-      Bytes options = honest;
-      options[at] = static_cast<uint8_t>(value);
-      receive(discover(client).raw_options(options));
-      device().take_sent();
-    }
-  }
 }
 
 }  // namespace
+}  // namespace bench

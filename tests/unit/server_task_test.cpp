@@ -8,15 +8,10 @@
 #include "platform/task.h"
 #include "tests/unit/bench.h"
 
+namespace bench {
 namespace {
 
-using bench::device;
-using bench::ip;
-using bench::mac_number;
-using testing::IsEmpty;
-using testing::SizeIs;
-
-class ServerTask : public bench::ServerBench {
+class ServerTask : public ServerBench {
  protected:
   void SetUp() override {
     ServerBench::SetUp();
@@ -40,13 +35,15 @@ class ServerTask : public bench::ServerBench {
 };
 
 TEST_F(ServerTask, OfferLivesFiveSeconds) {
-  offered(bench::discover(mac_number(1)));
+  offered(discover(mac_number(1)));
   at(4);
   age();
   EXPECT_THAT(leases(), SizeIs(1));
   at(5);
   age();
   EXPECT_THAT(leases(), IsEmpty());
+  receive(request(mac_number(1), ip(192, 168, 1, 10)));
+  expect_reply({.type = wire::NAK});
 }
 
 TEST_F(ServerTask, LeaseEndsAtItsTimeAndAnInfiniteOneNever) {
@@ -116,7 +113,7 @@ TEST_F(ServerTask, BusyPortIsToldAndTheSocketKept) {
   EXPECT_EQ(dhcp_server_open_socket(), -1);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "dhcp server socket bind error : Address already in use\n");
   EXPECT_EQ(device().logged_at("dhcp server socket bind error : Address already in use\n", "dhcpc"), 1);
-  EXPECT_THAT(device().calls(), testing::Contains("bind(67)"));
+  EXPECT_THAT(device().calls(), Contains("bind(67)"));
   EXPECT_GE(dhcps_cfg.sock.load(), 0);
   dhcp_server_close_socket();
   EXPECT_EQ(dhcps_cfg.sock.load(), -1);
@@ -146,3 +143,4 @@ TEST_F(ServerTask, AgesTheDhcp6ServersLeasesWhileEitherServerIsOn) {
 }
 
 }  // namespace
+}  // namespace bench
