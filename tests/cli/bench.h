@@ -125,8 +125,8 @@ class CliTest : public testing::Test {
   void expect_refused(const std::string& block, const std::vector<Refused>& rows);
   /// Gives this switch the lines as a file; "" or what load_configuration() complains about, without the path.
   std::string load(const std::string& text);
-  /// Loads the lines, each of which must be saved as it stands ("vlan" and block lines apart), and what is saved of
-  /// them. Lists that the module walks newest first turn round with each load, so two loads give back the first text.
+  /// Loads the lines, and what is saved of them. Lists that the module walks newest first turn round with each load:
+  /// the second save has all lines to the letter and in their order, and two loads give back the first text.
   void expect_loads_again(const std::string& lines);
   std::string running() { return Session().run("show running-config").text; }
 

@@ -65,9 +65,9 @@ TEST_F(ServerLinesTest, AnotherOperatorMayRemoveThePool) {
 TEST_F(ServerLinesTest, WhatIsSavedLoadsAgain) {
   expect_loads_again(
       "hostname core-1\r\n"
-      "vlan 20-22,30\r\n"
+      "vlan 7,20-22,30\r\n"
       "mac address-table aging-time 60\r\n"
-      "interface gigabitethernet  3\r\n"
+      "interface gigabitethernet 3\r\n"
       "device veth3\r\n"
       "switchport trunk allowed vlan all\r\n"
       "switchport trunk native vlan 5\r\n"
