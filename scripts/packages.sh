@@ -2,10 +2,10 @@
 
 demo_packages="g++ cmake ninja-build libcli-dev
   python3 python3-scapy tshark isc-dhcp-client dhcpcd-base dnsmasq-base kea-dhcp4-server kea-dhcp6-server
-  iproute2 util-linux"
+  isc-dhcp-relay nftables iproute2 util-linux"
 check_packages="$demo_packages clang clang-format clang-tidy libclang-rt-14-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev g++-mips-linux-gnu qemu-user
-  kea-admin isc-dhcp-relay tcpdump ethtool procps git"
+  kea-admin tcpdump ethtool procps git"
 
 # install_packages demo|check: installs what is missing, or says how when it may not.
 install_packages() {

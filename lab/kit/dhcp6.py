@@ -81,13 +81,8 @@ class Message:
 class Relayed:
     """A RELAY-FORW (12) or RELAY-REPL (13), taken apart."""
 
-    def __init__(self, frame):
-        data = frame.data
-        at = 18 if data[12:14] == b"\x81\x00" else 14
-        self.mac_to, self.mac_from = data[:6].hex(":"), data[6:12].hex(":")
-        self.ip_from, self.ip_to = ip6_text(data[at + 8:at + 24]), ip6_text(data[at + 24:at + 40])
-        self.ports = struct.unpack_from("!HH", data, at + 40)
-        message = data[at + 48:]
+    def __init__(self, data):
+        message = payload(data)
         self.kind, self.hops = message[0], message[1]
         self.link, self.peer = ip6_text(message[2:18]), ip6_text(message[18:34])
         self.options = options_of(message[34:])
@@ -100,31 +95,36 @@ class Relayed:
         return f"{name} hops {self.hops}, link {self.link}, peer {self.peer}, carries {len(self.carried())} bytes"
 
 
-def relayed(lab, mark, host, kind, seconds=5):
-    """The next message of a relay that the switch sent to this host."""
-    def matches(frame):
-        data = frame.data
-        return (frame.from_switch and frame.host == host and data[12:14] == b"\x86\xdd" and data[20] == 17 and
-                struct.unpack_from("!H", data, 56)[0] in (546, 547) and data[62] == kind)
-    found = lab.wire.wait(mark, matches, seconds)
+def payload(data):
+    """The DHCPv6 message of a frame; nothing when it has none."""
+    at = 18 if data[12:14] == b"\x81\x00" else 14
+    if data[at - 2:at] != b"\x86\xdd" or data[at + 6] != 17:
+        return b""
+    _, port, size = struct.unpack_from("!HHH", data, at + 40)
+    return data[at + 48:at + 40 + size] if port in (546, 547) else b""
+
+
+def arriving(lab, mark, host, kind, from_switch=True, seconds=5):
+    """The next frame with a DHCPv6 message of this type that came out at a host, or that it sent."""
+    found = lab.wire.wait(mark, lambda frame: frame.from_switch == from_switch and frame.host == host and
+                          payload(frame.data)[:1] == bytes([kind]), seconds)
     if found is None:
-        raise TimeoutError(f"no message of type {kind} came to {host}")
-    return Relayed(found)
+        raise TimeoutError(f"no message of type {kind} at {host}")
+    return found
 
 
-def relay_forward(host, hops, link, peer, message):
-    """What a further relay at this host sends to all servers."""
-    body = bytes([12, hops]) + ip6_bytes(link) + ip6_bytes(peer) + option(9, message)
-    return datagram(host.mac, SERVERS_MAC, link_local(host.mac), SERVERS, (547, 547), body)
+def relaying(kind, hops, link, peer, message):
+    """A relay's message that carries another."""
+    return bytes([kind, hops]) + ip6_bytes(link) + ip6_bytes(peer) + option(9, message)
 
 
-def datagram(mac_from, mac_to, ip_from, ip_to, ports, message, tag=b""):
+def datagram(mac_from, mac_to, ip_from, ip_to, ports, message, tag=b"", hops=1):
     addresses = ip6_bytes(ip_from) + ip6_bytes(ip_to)
     size = 8 + len(message)
     head = struct.pack("!HHH", *ports, size)
     summed = checksum(addresses + struct.pack("!II", size, 17) + head + b"\0\0" + message)
-    return (mac_bytes(mac_to) + mac_bytes(mac_from) + tag + b"\x86\xdd" + struct.pack("!IHBB", 6 << 28, size, 17, 1) +
-            addresses + head + struct.pack("!H", summed) + message)
+    return (mac_bytes(mac_to) + mac_bytes(mac_from) + tag + b"\x86\xdd" +
+            struct.pack("!IHBB", 6 << 28, size, 17, hops) + addresses + head + struct.pack("!H", summed) + message)
 
 
 def is_dhcp6(data):

@@ -16,7 +16,7 @@ from kit.crafted import DISCOVER, Crafted
 from kit.dhcp6 import Crafted6
 from kit.sandbox import HERE
 from kit.servers import Dnsmasq, Kea
-from kit.servers6 import Dnsmasq6, Kea6
+from kit.servers6 import Dhcrelay6, Dnsmasq6, Kea6
 from kit.switch import Switch
 from kit.traffic import Speaker
 from kit.wire import Host, Wire
@@ -83,6 +83,9 @@ class Lab:
 
     def kea6(self, host, *words, **settings):
         return Kea6(self.hosts[host], *words, **settings)
+
+    def dhcrelay6(self, host, *words):
+        return Dhcrelay6(self.hosts[host], *words)
 
     def crafted6(self, host, mac, **more):
         return Crafted6(self.wire, self.hosts[host], mac, **more)

@@ -47,3 +47,22 @@ class Kea6(Server6):
 
     def words(self):
         return ["kea-dhcp6", "-c", self.config]
+
+
+class Dhcrelay6(Server6):
+    """A further relay: of what comes in at `below` to the switch, and back."""
+
+    ready = "Sending on .*"
+
+    def __init__(self, host, address, below):
+        super().__init__(host, address)
+        self.below = below
+
+    def words(self):
+        return ["dhcrelay", "-6", "-d", "--no-pid", "-l", self.below, "-u", self.host.name]
+
+    def hears_at(self, port):
+        """Has the host redirect to it what comes from the switch to this port."""
+        self.host.net.run("nft", "add table ip6 lab;"
+                          "add chain ip6 lab in { type nat hook prerouting priority dstnat; };"
+                          f"add rule ip6 lab in iifname {self.host.name} udp dport {port} redirect to :547")

@@ -15,6 +15,17 @@ VLAN_VALID = 1 << 4
 PACKET_OUTGOING = 4
 
 
+class Behind:
+    """A machine that a host stands before: its cable ends at the host's `back`, and its frames are not watched."""
+
+    def __init__(self, host, name):
+        self.name, self.mac, self.net = name, host.mac[:-2] + "02", Network(name)
+        run("ip", "link", "add", "back", "netns", host.name, "type", "veth", "peer", "name", name, "netns", name)
+        host.net.run("ip", "link", "set", "back", "addrgenmode", "none", "up")
+        self.net.run("ip", "link", "set", "lo", "up")
+        self.net.run("ip", "link", "set", name, "address", self.mac, "addrgenmode", "none", "up")
+
+
 @dataclass
 class Frame:
     host: str

@@ -1,11 +1,9 @@
 """Clients of two VLANs, and servers in a third that give each the right network: relayed, routed, byte for byte."""
-from types import SimpleNamespace
-
 from kit.crafted import BROADCAST, DISCOVER, OFFER, REQUEST, Reply, dhcp, from_server, ip_text
 from kit.expected import AGENT, arriving, default_ids, link, routed, same_bytes, tagged, with_agent
 from kit.neighbour import Neighbour
-from kit.sandbox import Network, run
 from kit.scene import Port, steps_of
+from kit.wire import Behind
 
 TITLE = "A switch that brings its clients to servers elsewhere"
 PORTS = [
@@ -183,13 +181,10 @@ def two(lab):
 
 @step("a helper beyond a router gets requests by way of the VLAN's gateway")
 def beyond(lab):
-    gate, far = lab.hosts["gate"].net, SimpleNamespace(name="far", net=Network("far"))
+    far = lab.hosts["far"] = Behind(lab.hosts["gate"], "far")
+    gate = lab.hosts["gate"].net
     gate.run("sh", "-c", "echo 1 > /proc/sys/net/ipv4/ip_forward")
-    run("ip", "link", "add", "back", "netns", "gate", "type", "veth", "peer", "name", "far", "netns", "far")
     gate.run("ip", "address", "add", "10.99.0.254/24", "dev", "back")
-    gate.run("ip", "link", "set", "back", "up")
-    far.net.run("ip", "link", "set", "far", "up")
-    lab.hosts["far"] = far
     server = lab.dnsmasq("far", FAR, *networks(200, 249)).begin()
     far.net.run("ip", "route", "add", "default", "via", "10.99.0.254")
     lab.switch.cli("configure", f"no ip helper-address {SERVER}", f"ip helper-address {FAR}")

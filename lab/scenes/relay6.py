@@ -1,31 +1,40 @@
 """The DHCPv6 relay: clients of two VLANs, stock servers in a third, and a further relay."""
-from kit.dhcp6 import ADVERTISE, SOLICIT, option, relay_forward, relayed
+import re
+
+from kit.dhcp6 import ADVERTISE, SERVERS, SERVERS_MAC, SOLICIT, Relayed, arriving, datagram, option, relaying
+from kit.expected import same_bytes, tagged
+from kit.expected6 import RELAY_FORWARD, RELAY_REPLY, forwarded, of_kinds, returned, same_exchange
 from kit.ip6 import link_local, speaks_ip6
+from kit.neighbour import Neighbour
 from kit.sandbox import run
 from kit.scene import Port, steps_of
+from kit.wire import Behind
 
 TITLE = "A switch that relays DHCPv6 to a server in another VLAN"
 PORTS = [
     Port(1, "alice", "10"),  # runs dhclient -6
     Port(2, "bob", "20"),    # runs dhcpcd
     Port(3, "serv", "99"),   # runs kea-dhcp6, then dnsmasq
-    Port(4, "rela", "10"),   # a further relay
+    Port(4, "rela", "10"),   # a further relay: crafted, then dhcrelay -6 with a client behind it
     Port(5, "carl", "20"),   # crafted clients
+    Port(24, "edge", "10,99", trunk=True),  # a destination of which only the MAC is real
 ]
-SERVER, OWN = "2001:db8:99::547", "2001:db8:99::1"
-POOL = "2001:db8:99::1"  # how the pool's addresses begin
+SERVER, OWN, OWN_10, OWN_20 = "2001:db8:99::547", "2001:db8:99::1", "2001:db8:10::1", "2001:db8:20::1"
+FAKE, FAKE_MAC = "2001:db8:99::9", "02:00:00:00:18:09"
+BELOW = "2001:db8:77::1"  # the further relay's address before its clients
+POOL, RANGE = "2001:db8:99::1", "2001:db8:99::2"  # how kea's addresses begin, and dnsmasq's
 CONFIG = f"""
 mac address-table aging-time 10
 interface vlan 10
- ipv6 address 2001:db8:10::1/64
+ ipv6 address {OWN_10}/64
 interface vlan 20
- ipv6 address 2001:db8:20::1/64
+ ipv6 address {OWN_20}/64
 interface vlan 99
  ipv6 address {OWN}/64
 service dhcpv6-relay
 ipv6 dhcp relay destination {SERVER}
 """
-FORWARD, REPLY = 12, 13
+ENQUIRY = bytes([SOLICIT, 1, 2, 3]) + option(1, b"\0\3\0\1\x02\0\0\0\x04\x10") + option(3, bytes(12))
 MOST = 11
 STEPS, step = steps_of()
 
@@ -53,47 +62,109 @@ def start(lab):
     lab.expect("then", state(lab)[:2], (lab.hosts["serv"].mac, "99"))
 
 
-@step("clients of two VLANs get addresses from kea-dhcp6")
+def from_further(relay, message):
+    """What a further relay at this host sends to all servers."""
+    return datagram(relay.mac, SERVERS_MAC, link_local(relay.mac), SERVERS, (547, 547), message)
+
+
+def serves_two_vlans(lab, beginning):
+    """dhclient and dhcpcd begin, and get addresses that begin so."""
+    for name, make, relay in (("alice", lab.dhclient6, OWN_10), ("bob", lab.dhcpcd6, OWN_20)):
+        mark = lab.wire.now()
+        lab.kept[name] = make(name)
+        given = lab.kept[name].bind()
+        lab.expect_that(f"{name}'s {given} is of the server's", given.startswith(beginning))
+        same_exchange(lab, mark, name, ("serv", SERVER), OWN, relay)
+        lab.say(Relayed(arriving(lab, mark, "serv", RELAY_FORWARD).data))
+
+
+@step("dhclient -6 in VLAN 10 and dhcpcd in VLAN 20 get addresses from kea-dhcp6, both of the network it is in itself")
 def clients(lab):
-    mark = lab.wire.now()
-    given = lab.dhclient6("alice").bind()
-    lab.expect_that(f"alice's {given} is of its pool", given.startswith(POOL))
-    sent = relayed(lab, mark, "serv", FORWARD)
-    lab.say(sent)
-    lab.expect("hops, link, peer", (sent.hops, sent.link, sent.peer), (0, OWN, link_local(lab.hosts["alice"].mac)))
-    lab.expect("from, to, ports", (sent.ip_from, sent.ip_to, sent.ports), (OWN, SERVER, (546, 547)))
-    lab.expect("MACs", (sent.mac_from, sent.mac_to), (lab.switch.mac, lab.hosts["serv"].mac))
-    lab.expect("type of the message that it carries", sent.carried()[0], SOLICIT)
-    given = lab.dhcpcd6("bob").bind()
-    lab.expect_that(f"bob's {given} is of its pool, too", given.startswith(POOL))
+    serves_two_vlans(lab, POOL)
     lab.show("show ipv6 dhcp relay statistics")
 
 
-@step("a further relay's message is replaced by the switch's own, and the answer finds its way back")
+@step("a further relay's message is replaced by the switch's own, a hop more for each destination; the answer returns")
 def further(lab):
-    relay, link, peer = lab.hosts["rela"], "2001:db8:77::1", "fe80::abcd"
-    speaks_ip6(relay)
-    duid = option(1, b"\0\3\0\1\x02\0\0\0\x04\x10")
-    solicit = bytes([SOLICIT, 1, 2, 3]) + duid + option(3, bytes(12))
+    fake = Neighbour(lab.wire, lab.hosts["edge"], FAKE, FAKE_MAC, 99)
+    lab.switch.cli("configure", f"ipv6 dhcp relay destination {FAKE}")
+    fake.leave()
+    lab.expect("the second destination", state(lab, FAKE), (FAKE_MAC, "99", "-", "valid"))
+    rela, serv, mac = lab.hosts["rela"], lab.hosts["serv"], lab.switch.mac
+    speaks_ip6(rela)
+    below = "2001:db8:78::1", "fe80::abcd"
+    sent = from_further(rela, relaying(RELAY_FORWARD, 3, *below, ENQUIRY))
     mark = lab.wire.now()
-    relay.send(relay_forward(relay, 3, link, peer, solicit))
-    sent = relayed(lab, mark, "serv", FORWARD)
-    lab.say(sent)
-    lab.expect("link, peer", (sent.link, sent.peer), (OWN, link_local(relay.mac)))
-    lab.expect_that("it carries the client's message itself", sent.carried() == solicit)
-    back = relayed(lab, mark, "rela", REPLY)
-    lab.say(back)
-    lab.expect("link, peer of the answer", (back.link, back.peer), (link, peer))
-    lab.expect("type of the message that it carries", back.carried()[0], ADVERTISE)
-    lab.expect("sent to", (back.mac_to, back.ip_to, back.ports), (relay.mac, link_local(relay.mac), (547, 546)))
+    rela.send(sent)
+    first, second = (arriving(lab, mark, host, RELAY_FORWARD) for host in ("serv", "edge"))
+    answer = arriving(lab, mark, "serv", RELAY_REPLY, from_switch=False)
+    back = arriving(lab, mark, "rela", RELAY_REPLY)
+    lab.switch.cli("configure", f"no ipv6 dhcp relay destination {FAKE}")
+    same_bytes(lab, "at the server", first, forwarded(sent, (OWN, SERVER), (mac, serv.mac)))
+    same_bytes(lab, "at the second destination, in VLAN 99", second,
+               tagged(forwarded(sent, (OWN, FAKE), (mac, FAKE_MAC), further=1), 99))
+    same_bytes(lab, "the answer", back, returned(answer.data, OWN_10, (mac, rela.mac), below))
+    lab.say(Relayed(back.data))
+    lab.expect("type of the message that it carries", Relayed(back.data).carried()[0], ADVERTISE)
 
 
-@step("dnsmasq in kea's place serves the same clients")
+@step("one whose message begins with an interface-id, as those of dhcrelay -I do, is not understood")
+def interface_id(lab):
+    rela = lab.hosts["rela"]
+    plain = relaying(RELAY_FORWARD, 0, BELOW, "fe80::abcd", ENQUIRY)
+    mark = lab.wire.now()
+    rela.send(from_further(rela, plain[:34] + option(18, b"back") + plain[34:]))
+    lab.wait_until(lambda: re.search(r"request malformed +1\n", lab.switch.cli("show ipv6 dhcp relay statistics")), 5,
+                   "a malformed request")
+    lab.expect("relayed", of_kinds(lab, mark, "serv", True, (RELAY_FORWARD,)), [])
+
+
+@step("dhcrelay -6 as the further relay: the answer bears its addresses, but comes to port 546, where nobody listens")
+def stock_relay(lab):
+    rela, dora = lab.hosts["rela"], Behind(lab.hosts["rela"], "dora")
+    lab.hosts["dora"] = dora
+    for address in (BELOW, "fe80::1"):
+        rela.net.run("ip", "-6", "address", "add", f"{address}/64", "dev", "back", "nodad")
+    lab.kept["relay"] = lab.dhcrelay6("rela", "2001:db8:10::4", "back").begin()
+    lab.kept["dora"] = lab.dhclient6("dora")
+    mark = lab.wire.now()
+    lab.kept["dora"].begin()
+    asked = arriving(lab, mark, "rela", RELAY_FORWARD, from_switch=False)
+    lab.say(Relayed(asked.data))
+    same_bytes(lab, "at the server", arriving(lab, mark, "serv", RELAY_FORWARD),
+               forwarded(asked.data, (OWN, SERVER), (lab.switch.mac, lab.hosts["serv"].mac)))
+    answer = arriving(lab, mark, "serv", RELAY_REPLY, from_switch=False)
+    back = arriving(lab, mark, "rela", RELAY_REPLY)
+    same_bytes(lab, "the answer", back, returned(answer.data, OWN_10, (lab.switch.mac, rela.mac),
+                                                 (BELOW, link_local(dora.mac))))
+    lab.say(Relayed(back.data))
+    lab.expect_that("the relay's host answers that its port 546 is closed",
+                    lab.wire.wait(mark, lambda frame: not frame.from_switch and closed_port(frame.data) == 546, 5))
+    lab.expect("the client has", lab.kept["dora"].address(), None)
+
+
+def closed_port(data):
+    """Of an ICMPv6 message that a port is unreachable (type 1, code 4); None of other frames."""
+    if data[12:14] == b"\x86\xdd" and data[20] == 58 and data[54:56] == b"\1\4":
+        return int.from_bytes(data[104:106], "big")
+    return None
+
+
+@step("once its host redirects port 546 to 547, the client behind it is served")
+def redirected(lab):
+    lab.kept["relay"].hears_at(546)
+    given = lab.wait_until(lab.kept["dora"].address, 15, "an address behind the further relay")
+    lab.expect_that(f"dora's {given} is of kea's pool", given.startswith(POOL))
+    lab.kept["relay"].end()
+
+
+@step("dnsmasq in kea's place serves clients of both VLANs")
 def other_server(lab):
+    for name in ("alice", "bob"):
+        lab.kept[name].release()
     lab.kept["kea"].end()
-    lab.dnsmasq6("serv", SERVER, "2001:db8:99::1000", "2001:db8:99::1fff").begin()
-    given = lab.crafted6("carl", "02:00:00:00:05:10").lease()
-    lab.expect_that(f"carl's {given} is of its range", given.startswith(POOL))
+    lab.dnsmasq6("serv", SERVER, "2001:db8:99::2000", "2001:db8:99::2fff").begin()
+    serves_two_vlans(lab, RANGE)
 
 
 @step(f"{MOST} destinations, and no twelfth")
@@ -119,4 +190,4 @@ def returns(lab):
     run("ip", "-6", "neighbour", "flush", "dev", "eth0.99")
     becomes(lab, "valid", 60)
     given = lab.crafted6("carl", "02:00:00:00:05:12").lease()
-    lab.expect_that(f"a new client's {given} is of the server's range", given.startswith(POOL))
+    lab.expect_that(f"a new client's {given} is of the server's range", given.startswith(RANGE))
