@@ -16,6 +16,7 @@
 #include <memory>
 
 #include "base/os.h"
+#include "packet/bytes.h"
 #include "platform/log.h"
 #include "platform/security.h"
 #include "tests/fake/neighbour6.h"
@@ -85,7 +86,7 @@ ssize_t send_raw(int socket, const void* data, size_t size, int flags, const soc
   if (peer == device.arp_peers_.end() || device.arp_cannot_be_sent) return errno = ENETDOWN, -1;
   const auto* bytes = static_cast<const uint8_t*>(data);
   const std::vector<uint8_t> request(bytes, bytes + size);
-  const uint32_t target = static_cast<uint32_t>(bytes[38]) << 24 | bytes[39] << 16 | bytes[40] << 8 | bytes[41];
+  const uint32_t target = dhcp::packet::load_be32(bytes + 38);
   device.arp_requests_.push_back(std::string(to->sa_data) + " " + dotted(bytes + 38));
   for (const auto& frame : device.on_arp ? device.on_arp(request) : answer_of(request, target)) {
     send(peer->second, frame.data(), frame.size(), MSG_DONTWAIT);
