@@ -8,8 +8,8 @@ using bench::Ask6;
 using bench::device;
 using bench::mac_number;
 
-constexpr const char *first = "2001:db8:1::10", *second = "2001:db8:1::11", *third = "2001:db8:1::12",
-                     *unknown = "2001:db8:1::99", *outside = "2001:db8:2::1";
+constexpr const char *first = "2001:db8:1::10", *second = "2001:db8:1::11", *unknown = "2001:db8:1::99",
+                     *outside = "2001:db8:2::1";
 
 class Server6Messages : public bench::Server6Bench {
  protected:
