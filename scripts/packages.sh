@@ -31,6 +31,27 @@ install_packages() {
     return 1
   fi
   echo "Installing$_missing" >&2
-  { DEBIAN_FRONTEND=noninteractive apt-get update -q &&
-    DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends $_missing; } >&2
+  { DEBIAN_FRONTEND=noninteractive apt-get update -q && install_quietly $_missing; } >&2
+}
+
+# install_quietly PACKAGE...: without starting what the packages would start. The lab runs its servers and relays by
+# itself, in networks of its own; on this machine's network they have nothing to do, now and after its next start.
+install_quietly() {
+  _policy=/usr/sbin/policy-rc.d
+  _ours=no
+  if [ ! -e $_policy ]; then
+    _ours=yes
+    printf '#!/bin/sh\nexit 101\n' > $_policy && chmod +x $_policy
+  fi
+  DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "$@"
+  _result=$?
+  [ $_ours = no ] || rm -f $_policy
+  for _package in "$@"; do
+    case $_package in
+      kea-dhcp4-server | kea-dhcp6-server | isc-dhcp-relay)
+        ! command -v systemctl >/dev/null || systemctl disable --quiet "$_package" || true
+        ;;
+    esac
+  done
+  return $_result
 }
