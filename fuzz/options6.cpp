@@ -49,11 +49,15 @@ void lookups_follow_their_rules(Input input) {
       HOLDS(found == nullptr || (size >= 0 && found + size <= message.data() + extent));
     }
   }
-  uint32_t ip[4], valid = 0, iaid = 0;
-  int type = 0;
-  const int with_lifetime = dhcp6_get_ia_address(&frame.skp(), ip, &valid);
-  HOLDS(with_lifetime == dhcp6_get_ia_type_addr(&frame.skp(), &type, &iaid, ip));
-  HOLDS(with_lifetime != 0 || type == 3 || type == 4);
+  // The one reads a first address option even when the IA cuts it short, the other a whole one anywhere in the IA.
+  uint32_t words[4], valid = 0, iaid = 0, whole_valid = 0;
+  uint16_t type = 0;
+  uint8_t ip[16];
+  const int first = dhcp6_get_ia_address(&frame.skp(), words, &valid);
+  const int whole = dhcp6_get_ia_type_addr(&frame.skp(), &type, &iaid, ip, &whole_valid);
+  HOLDS(whole != 0 || first != 0 || (valid == whole_valid && words[3] == packet::load_be32(ip + 12)));
+  HOLDS(first != 0 || whole == 0 || whole == 1);
+  HOLDS(whole == -1 || type == 3 || type == 4);
 }
 
 /// Writes the options that the input names and reads each back; what does not fit changes nothing for good.
