@@ -19,7 +19,6 @@
 #include "packet/bytes.h"
 #include "platform/log.h"
 #include "platform/security.h"
-#include "tests/fake/neighbour6.h"
 
 namespace fake {
 
@@ -38,11 +37,11 @@ void sleep_us(uint32_t micros) {
 
 /// Its other end is kept, to put in what the network would bring; the one of a closed socket goes when its number comes
 /// again.
-int make_arp_socket(int flags) {
+int make_raw_socket(int flags) {
   int ends[2];
   if (socketpair(AF_UNIX, SOCK_DGRAM | flags, 0, ends) != 0) return -1;
   const std::lock_guard lock(current->mutex_);
-  const auto [at, fresh] = current->arp_peers_.try_emplace(ends[0], ends[1]);
+  const auto [at, fresh] = current->raw_peers_.try_emplace(ends[0], ends[1]);
   if (!fresh) close(std::exchange(at->second, ends[1]));
   return ends[0];
 }
@@ -53,9 +52,8 @@ int make_socket(int domain, int type, int protocol) {
     errno = EMFILE;
     return -1;
   }
-  if (domain == AF_INET6 && protocol == IPPROTO_ICMPV6) return icmp6_socket();
   // A raw socket needs rights that a test has no use for.
-  if ((type & 0xf) == SOCK_PACKET) return make_arp_socket(type & SOCK_CLOEXEC);
+  if ((type & 0xf) == SOCK_PACKET || protocol == IPPROTO_ICMPV6) return make_raw_socket(type & SOCK_CLOEXEC);
   return domain == AF_PACKET ? ::socket(AF_UNIX, SOCK_DGRAM, 0) : ::socket(domain, type, protocol);
 }
 
@@ -64,31 +62,47 @@ std::string dotted(const uint8_t* ip) {
          std::to_string(ip[3]);
 }
 
-/// The host's reply, its ARP fields six bytes further back than where they are sent.
-std::vector<std::vector<uint8_t>> answer_of(const std::vector<uint8_t>& request, uint32_t target) {
-  const auto host = current->arp_hosts.find(target);
+/// What an ARP request brings in: the host's reply, its ARP fields six bytes further back than where they are sent.
+std::vector<std::vector<uint8_t>> arp_answers(const std::vector<uint8_t>& request, const std::string& interface) {
+  const uint8_t* asked = &request[38];
+  current->arp_requests_.push_back(interface + " " + dotted(asked));
+  if (current->on_arp) return current->on_arp(request);
+  const auto host = current->arp_hosts.find(dhcp::packet::load_be32(asked));
   if (host == current->arp_hosts.end()) return {};
   std::vector<uint8_t> reply(66);
   std::copy_n(request.begin() + 14, 6, reply.begin() + 20);         // hardware, protocol, lengths
   reply[27] = 2;                                                    // operation
   std::copy(host->second.begin(), host->second.end(), &reply[28]);  // sender
-  std::copy_n(request.begin() + 38, 4, reply.begin() + 34);
+  std::copy_n(asked, 4, reply.begin() + 34);
   std::copy_n(request.begin() + 22, 10, reply.begin() + 38);  // target: who asked
   return {reply};
 }
 
-/// A raw socket names the interface in each address. What is sent is an ARP request: the answers are waiting at once.
-ssize_t send_raw(int socket, const void* data, size_t size, int flags, const sockaddr* to, unsigned to_size) {
-  if (to->sa_family == AF_INET6) return send_to_neighbour(socket, data, size, flags, to, to_size);
-  Device& device = *current;
-  const std::lock_guard lock(device.mutex_);
-  const auto peer = device.arp_peers_.find(socket);
-  if (peer == device.arp_peers_.end() || device.arp_cannot_be_sent) return errno = ENETDOWN, -1;
+/// What a neighbour solicitation brings in: what others say, and the neighbour's advertisement.
+std::vector<std::vector<uint8_t>> advertisements(const std::vector<uint8_t>& solicitation) {
+  current->solicitations_.push_back(solicitation);
+  auto messages = current->icmp6_before;
+  std::array<uint8_t, 16> asked{};
+  std::copy_n(solicitation.begin() + 8, asked.size(), asked.begin());
+  const auto found = current->neighbours6.find(asked);
+  if (found == current->neighbours6.end()) return messages;
+  std::vector<uint8_t> answer{136, 0, 0, 0, 0x60, 0, 0, 0};
+  answer.insert(answer.end(), asked.begin(), asked.end());
+  answer.insert(answer.end(), {2, 1});
+  answer.insert(answer.end(), found->second.begin(), found->second.end());
+  messages.push_back(answer);
+  return messages;
+}
+
+/// What is sent by a raw socket asks for a MAC: the answers are waiting at once. For ARP the address names the
+/// interface.
+ssize_t send_raw(int socket, const void* data, size_t size, int, const sockaddr* to, unsigned) {
+  const std::lock_guard lock(current->mutex_);
+  const auto peer = current->raw_peers_.find(socket);
+  if (peer == current->raw_peers_.end() || current->arp_cannot_be_sent) return errno = ENETDOWN, -1;
   const auto* bytes = static_cast<const uint8_t*>(data);
   const std::vector<uint8_t> request(bytes, bytes + size);
-  const uint32_t target = dhcp::packet::load_be32(bytes + 38);
-  device.arp_requests_.push_back(std::string(to->sa_data) + " " + dotted(bytes + 38));
-  for (const auto& frame : device.on_arp ? device.on_arp(request) : answer_of(request, target)) {
+  for (const auto& frame : to->sa_family == AF_INET6 ? advertisements(request) : arp_answers(request, to->sa_data)) {
     send(peer->second, frame.data(), frame.size(), MSG_DONTWAIT);
   }
   return static_cast<ssize_t>(size);
@@ -177,7 +191,7 @@ const std::string& Device::temp_directory() {
 }
 
 Device::~Device() {
-  for (const auto& [socket, peer] : arp_peers_) close(peer);
+  for (const auto& [socket, peer] : raw_peers_) close(peer);
   if (!temp_directory_.empty()) std::filesystem::remove_all(temp_directory_);
 }
 

@@ -129,7 +129,7 @@ class Device {
   std::vector<LogLine> log_;
   std::vector<std::pair<std::string, std::string>> traces_;
   std::vector<std::string> calls_, neighbour_calls_, task_events_, arp_requests_;
-  std::map<int, int> arp_peers_;  // a raw socket's other end, where answers are put in
+  std::map<int, int> raw_peers_;  // a raw socket's other end, where answers are put in
   std::vector<Sent> sent_;
   std::vector<std::vector<uint8_t>> solicitations_;
   std::vector<const skpack*> released_;

