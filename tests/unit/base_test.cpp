@@ -5,18 +5,17 @@
 #include <thread>
 
 #include "base/guard.h"
-#include "base/list.h"
 #include "base/log.h"
 #include "base/os.h"
 #include "base/task_loop.h"
 #include "tests/unit/bench.h"
 
+namespace bench {
 namespace {
 
 using namespace dhcp::base;
-using bench::device;
 
-class Base : public bench::DeviceBench {};
+class Base : public DeviceBench {};
 
 /// Runs `body` on `count` threads at once.
 template <class Body>
@@ -201,3 +200,4 @@ TEST_F(Base, TaskThatWasStoppedStartsAgain) {
 }
 
 }  // namespace
+}  // namespace bench

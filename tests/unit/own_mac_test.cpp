@@ -3,13 +3,13 @@
 
 #include "tests/unit/bench.h"
 
+namespace bench {
 namespace {
 
-using bench::device;
 using dhcp::base::MacAddress;
 using dhcp::module::read_own_mac;
 
-class OwnMac : public bench::ServerBench {
+class OwnMac : public ServerBench {
  protected:
   void TearDown() override {
     dhcp::module::close_own_mac_query();
@@ -35,3 +35,4 @@ TEST_F(OwnMac, IsReadAgainAfterTheQueryWasClosed) {
 }
 
 }  // namespace
+}  // namespace bench

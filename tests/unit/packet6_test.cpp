@@ -6,24 +6,16 @@
 #include "tests/unit/bench.h"
 #include "tests/unit/wire6.h"
 
+namespace bench {
 namespace {
 
 using namespace dhcp::packet;
-using bench::Bytes;
 using wire::ip6;
 using wire::operator+;
 
-class Packet6 : public bench::DeviceBench {};
+class Packet6 : public DeviceBench {};
 
 constexpr wire::Mac client{2, 0, 0, 0, 0, 7};
-
-std::optional<Bytes> found_in(const wire::Message6& message, int code) {
-  wire::Received received(message.frame());
-  int length = -1;
-  const uint8_t* data = dhcp6_get_option(received.skp(), code, &length);
-  if (data == nullptr) return std::nullopt;
-  return Bytes(data, data + length);
-}
 
 /// First word, last word and valid lifetime of the address that a message's IA gives; nothing without one.
 std::optional<std::array<uint32_t, 3>> leased_in(const Bytes& options) {
@@ -64,48 +56,6 @@ TEST_F(Packet6, FrameThatIsCutOrPointsOutsideIsRefused) {
       EXPECT_FALSE(Frame6::parse(skp));
     }
   }
-}
-
-TEST_F(Packet6, OptionsEndWhereTheUdpLengthSays) {
-  const Bytes two = wire::option6(1, {9, 8}) + wire::option6(2, {7});
-  const wire::Message6 whole(wire::SOLICIT6, client, two);
-  EXPECT_EQ(found_in(whole, 1), (Bytes{9, 8}));
-  EXPECT_EQ(found_in(whole, 2), Bytes{7});
-  EXPECT_EQ(found_in(whole, 3), std::nullopt);
-  EXPECT_EQ(found_in(wire::Message6(wire::SOLICIT6, client, wire::option6(1, {})), 1), Bytes{}) << "of no bytes";
-  // Both options, the first at the edge, cut by one, no options, less than the UDP header, and more than there is.
-  const struct {
-    uint16_t length;
-    bool first, second;
-  } rows[] = {{12 + 11, true, true},  {12 + 10, true, false}, {12 + 6, true, false},
-              {12 + 5, false, false}, {12, false, false},     {8, false, false},
-              {7, false, false},      {0, false, false},      {0xffff, true, true}};
-  for (const auto& row : rows) {
-    wire::Message6 claims = whole;
-    claims.udp_length(row.length);
-    EXPECT_EQ(found_in(claims, 1).has_value(), row.first) << row.length;
-    EXPECT_EQ(found_in(claims, 2).has_value(), row.second) << row.length;
-  }
-}
-
-TEST_F(Packet6, RelayHeaderIsReadAndItsHopsAreCountedInPlace) {
-  const auto message =
-      wire::Message6::relayed(wire::RELAY_FORW6, client, 3, ip6("2001:db8::1"), ip6("fe80::9"), wire::option6(18, {4}));
-  wire::Received received(message.frame());
-  int length = 0;
-  EXPECT_EQ(dhcp6_get_option(received.skp(), 18, nullptr), nullptr) << "addresses read as options";
-  const uint8_t* data = dhcp6_get_relay_option(received.skp(), 18, &length);
-  ASSERT_TRUE(data != nullptr && length == 1);
-  EXPECT_EQ(*data, 4);
-  auto relay = Frame6::parse(*received.skp())->relay_message();
-  EXPECT_EQ(relay->link().bytes, ip6("2001:db8::1"));
-  EXPECT_EQ(relay->peer().bytes, ip6("fe80::9"));
-  relay->set_hop_count(static_cast<uint8_t>(relay->hop_count() + 1));
-  EXPECT_EQ(received.bytes()[67], 4);
-  wire::Message6 cut = message;
-  wire::Received short_header(cut.udp_length(8 + 33).frame());
-  EXPECT_FALSE(Frame6::parse(*short_header.skp())->relay_message());
-  EXPECT_EQ(dhcp6_get_relay_option(short_header.skp(), 18, nullptr), nullptr);
 }
 
 TEST_F(Packet6, AddressIsTakenFromAWholeIaOnly) {
@@ -173,24 +123,6 @@ TEST_F(Packet6, AppendStopsBeforeByte955AndWritesNothing) {
     EXPECT_EQ(Bytes(message.begin(), message.begin() + static_cast<std::ptrdiff_t>(header) + 5),
               Bytes(header, 0xa5) + (Bytes{1, 2, 0x03, 0xb6, 7}));
     EXPECT_EQ(message[header + 954], 0xa5);
-  }
-}
-
-TEST_F(Packet6, WriterThatFailedOnceWritesNoMore) {
-  // The area ends at 954 bytes of options, or earlier with the buffer.
-  for (const size_t room : {size_t{954}, size_t{60}}) {
-    Bytes message(4 + 1000, 0xa5);
-    OptionWriter6 writer(std::span<uint8_t>(message).first(room == 954 ? message.size() : 4 + room));
-    writer.add(1, Bytes(room - 4 - 6));
-    writer.add_u16(13, 4);
-    EXPECT_TRUE(writer.ok());
-    EXPECT_EQ(writer.used(), room);
-    EXPECT_EQ(Bytes(message.begin() + static_cast<std::ptrdiff_t>(4 + room - 6), message.end()),
-              (Bytes{0, 13, 0, 2, 0, 4}) + Bytes(1000 - room, 0xa5));
-    writer.bytes(Bytes(1));
-    writer.add(14, {});
-    EXPECT_FALSE(writer.ok());
-    EXPECT_EQ(Bytes(message.begin() + static_cast<std::ptrdiff_t>(4 + room), message.end()), Bytes(1000 - room, 0xa5));
   }
 }
 
@@ -283,3 +215,4 @@ TEST_F(Packet6, AddressesAreComparedAsNumbers) {
 }
 
 }  // namespace
+}  // namespace bench

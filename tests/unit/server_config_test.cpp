@@ -11,12 +11,6 @@ class ServerConfig : public ServerBench {
   static int set_host(uint32_t n, uint32_t address) {
     return dhcp_server_set_static_host(1, mac_number(n).data(), address);
   }
-  static std::vector<uint32_t> host_ips() {
-    std::vector<uint32_t> ips;
-    for (const DhcpStaticHost& host : Records<DhcpStaticHost>(pool().hosts.head)) ips.push_back(host.ip);
-    EXPECT_EQ(static_cast<size_t>(pool().hosts.count), ips.size());
-    return ips;
-  }
 };
 
 TEST_F(ServerConfig, EleventhPoolIsRefusedAndAKnownOneIsLeftAlone) {
@@ -177,32 +171,6 @@ TEST_F(ServerConfig, ExcludedRangesAreExactPairs) {
   EXPECT_EQ(dhcp_server_del_exclude_ip(10, 20), 0);
   EXPECT_EQ(device().logged_at("startip:0.0.0.10, endip:0.0.0.20\n", "clear conflict"), 1);
   EXPECT_EQ(device().logged_at("startip:0.0.0.10, endip:0.0.0.20\n", "exclude ip"), 1);
-}
-
-TEST_F(ServerConfig, StaticHostsKeepTheirLimits) {
-  make_pool();
-  EXPECT_EQ(set_host(1, ip(192, 168, 1, 9)), -1) << "below the range";
-  EXPECT_EQ(set_host(1, ip(192, 168, 1, 21)), -1) << "above the range";
-  EXPECT_EQ(set_host(1, ip(192, 168, 1, 10)), 0);
-  EXPECT_EQ(set_host(2, ip(192, 168, 1, 10)), -1) << "somebody else's";
-  EXPECT_EQ(set_host(1, ip(192, 168, 1, 20)), 0) << "a known MAC moves";
-  EXPECT_THAT(host_ips(), ElementsAre(ip(192, 168, 1, 20)));
-  for (uint32_t n = 2; n <= 10; ++n) EXPECT_EQ(set_host(n, ip(192, 168, 1, 9 + n)), 0);
-  EXPECT_EQ(set_host(11, ip(192, 168, 1, 10)), -2);
-  EXPECT_EQ(set_host(1, ip(192, 168, 1, 10)), -2) << "even a known one, when the pool is full";
-  EXPECT_EQ(dhcp_server_del_static_host(1, mac_number(2).data()), 0);
-  EXPECT_EQ(dhcp_server_del_static_host(1, mac_number(2).data()), -1);
-}
-
-TEST_F(ServerConfig, ExcludedStaticHostIsInvisible) {
-  make_pool();
-  ASSERT_EQ(set_host(1, ip(192, 168, 1, 15)), 0);
-  dhcp_server_set_exclude_ip(ip(192, 168, 1, 15), ip(192, 168, 1, 16));
-  EXPECT_EQ(dhcp_get_static_host(&pool(), mac_number(1).data()), nullptr);
-  EXPECT_EQ(dhcp_server_del_static_host(1, mac_number(1).data()), -1);
-  EXPECT_NE(dhcp_get_static_host_by_ip(&pool(), ip(192, 168, 1, 15)), nullptr);
-  EXPECT_EQ(set_host(1, ip(192, 168, 1, 17)), 0) << "not found, so it is made a second time";
-  EXPECT_THAT(host_ips(), ElementsAre(ip(192, 168, 1, 17), ip(192, 168, 1, 15)));
 }
 
 TEST_F(ServerConfig, NamesAreCutAtTheirLimitAndTerminated) {

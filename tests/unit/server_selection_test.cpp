@@ -197,7 +197,7 @@ void ServerTwin::change_excludes() {
 
 void ServerTwin::change_hosts() {
   Twin::Pool& pool = any_pool();
-  const Mac mac = mac_number(below(4));
+  const Mac mac = mac_number(below(14));  // more than a pool holds
   const auto known = std::find_if(pool.hosts.begin(), pool.hosts.end(), [&](auto& h) { return h.first == mac; });
   const bool visible = known != pool.hosts.end() && !twin_.excluded(known->second);
   if (below(3) == 0) {

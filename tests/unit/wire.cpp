@@ -1,7 +1,5 @@
 #include "tests/unit/wire.h"
 
-#include <algorithm>
-
 namespace wire {
 
 namespace {
@@ -12,11 +10,26 @@ void put(Bytes& bytes, size_t offset, const Bytes& value) {
   std::copy(value.begin(), value.end(), bytes.begin() + static_cast<std::ptrdiff_t>(offset));
 }
 
+/// Checksum over UDP header, payload and pseudo-header (RFC 768).
+bool udp_sum_holds(const Bytes& frame) {
+  return folded_sum(slice(frame, ip_at + 12, 8) + Bytes{0, 17} + slice(frame, udp_at + 4, 2) +
+                    slice(frame, udp_at, frame.size() - udp_at)) == 0xffff;
+}
+
+}  // namespace
+
+Bytes be32(uint32_t value) {
+  return {static_cast<uint8_t>(value >> 24), static_cast<uint8_t>(value >> 16), static_cast<uint8_t>(value >> 8),
+          static_cast<uint8_t>(value)};
+}
+
 Bytes be16(size_t value) { return {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)}; }
 
-void append(Bytes& bytes, const Bytes& more) { bytes.insert(bytes.end(), more.begin(), more.end()); }
+Bytes operator+(Bytes a, const Bytes& b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
 
-/// Sum of 16-bit words, folded; 0xffff over data that carries its own checksum (RFC 1071).
 uint32_t folded_sum(const Bytes& bytes) {
   uint32_t sum = 0;
   for (size_t i = 0; i < bytes.size(); ++i) sum += static_cast<uint32_t>(bytes[i]) << (i % 2 == 0 ? 8 : 0);
@@ -27,28 +40,6 @@ uint32_t folded_sum(const Bytes& bytes) {
 Bytes slice(const Bytes& bytes, size_t offset, size_t size) {
   const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(offset);
   return {begin, begin + static_cast<std::ptrdiff_t>(size)};
-}
-
-Mac mac_at(const Bytes& bytes, size_t offset) {
-  Mac mac;
-  std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(offset), mac.size(), mac.begin());
-  return mac;
-}
-
-/// Checksum over UDP header, payload and pseudo-header (RFC 768).
-bool udp_sum_holds(const Bytes& frame) {
-  Bytes summed = slice(frame, ip_at + 12, 8);
-  append(summed, {0, 17});
-  append(summed, slice(frame, udp_at + 4, 2));
-  append(summed, slice(frame, udp_at, frame.size() - udp_at));
-  return folded_sum(summed) == 0xffff;
-}
-
-}  // namespace
-
-Bytes be32(uint32_t value) {
-  return {static_cast<uint8_t>(value >> 24), static_cast<uint8_t>(value >> 16), static_cast<uint8_t>(value >> 8),
-          static_cast<uint8_t>(value)};
 }
 
 uint32_t number_at(const Bytes& bytes, size_t offset, size_t size) {
@@ -63,8 +54,7 @@ Message::Message(int type, const Mac& client) : fixed_(options_at), source_(clie
 }
 
 Message& Message::option(uint8_t code, const Bytes& value) {
-  append(options_, {code, static_cast<uint8_t>(value.size())});
-  append(options_, value);
+  options_ = options_ + Bytes{code, static_cast<uint8_t>(value.size())} + value;
   return *this;
 }
 
@@ -81,7 +71,7 @@ Message& Message::at(size_t offset, const Bytes& bytes) {
 
 Bytes Message::frame() const {
   Bytes message = fixed_;
-  append(message, options_);
+  message = message + options_;
   if (end_) message.push_back(255);
 
   Bytes frame(message_at);
@@ -98,7 +88,7 @@ Bytes Message::frame() const {
   put(frame, ip_at + 10, be16(~folded_sum(slice(frame, ip_at, 20)) & 0xffff));
   put(frame, udp_at, {0, 68, 0, 67});
   put(frame, udp_at + 4, be16(8 + message.size()));
-  append(frame, message);
+  frame = frame + message;
   if (!tagged_) frame.erase(frame.begin() + 12, frame.begin() + 16);
   return frame;
 }
@@ -129,8 +119,8 @@ Reply::Reply(const fake::Sent& frame_sent) : sent(frame_sent) {
   check(number_at(f, udp_at + 4, 2) == f.size() - udp_at, "UDP length");
   check(number_at(f, udp_at + 6, 2) == 0 || udp_sum_holds(f), "UDP checksum");
   check(number_at(f, udp_at + 6, 2) != 0, "UDP checksum missing");
-  to_mac = mac_at(f, 0);
-  from_mac = mac_at(f, 6);
+  to_mac = array_at<Mac>(f, 0);
+  from_mac = array_at<Mac>(f, 6);
   vlan = number_at(f, 14, 2);
   from_ip = number_at(f, ip_at + 12, 4);
   to_ip = number_at(f, ip_at + 16, 4);
@@ -154,13 +144,13 @@ Reply::Reply(const fake::Sent& frame_sent) : sent(frame_sent) {
   type = options.empty() || options[0].first != 53 ? 0 : number_at(options[0].second, 0, 1);
 }
 
-std::vector<int> Reply::codes() const {
+std::vector<int> Options::codes() const {
   std::vector<int> codes;
   for (const auto& [code, value] : options) codes.push_back(code);
   return codes;
 }
 
-Bytes Reply::option(int code) const {
+Bytes Options::option(int code) const {
   const auto found = std::find_if(options.begin(), options.end(), [code](const auto& o) { return o.first == code; });
   return found == options.end() ? Bytes{} : found->second;
 }

@@ -2,6 +2,7 @@
 /// taken from the module, so a wrong offset there cannot hide.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <map>
@@ -28,7 +29,18 @@ constexpr Mac mac_number(uint32_t n) {
   return {0x00, 0x10, 0x20, 0x30, static_cast<uint8_t>(n >> 8), static_cast<uint8_t>(n)};
 }
 Bytes be32(uint32_t value);
+Bytes be16(size_t value);
+Bytes operator+(Bytes a, const Bytes& b);
 uint32_t number_at(const Bytes& bytes, size_t offset, size_t size);
+Bytes slice(const Bytes& bytes, size_t offset, size_t size);
+template <class Array>
+Array array_at(const Bytes& bytes, size_t offset) {
+  Array array;
+  std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(offset), array.size(), array.begin());
+  return array;
+}
+/// Sum of 16-bit words, folded; 0xffff over data that carries its own checksum (RFC 1071).
+uint32_t folded_sum(const Bytes& bytes);
 
 /// One frame from a client, field by field; what is not said is what a plain client sends.
 class Message {
@@ -74,8 +86,16 @@ class Received {
   skpack skp_{};
 };
 
+struct Options {
+  std::vector<std::pair<int, Bytes>> options;
+
+  std::vector<int> codes() const;
+  /// Value of the first such option; empty without one.
+  Bytes option(int code) const;
+};
+
 /// A reply taken apart. `faults` names what is wrong with lengths, headers, checksums and the end of the options.
-struct Reply {
+struct Reply : Options {
   explicit Reply(const fake::Sent& sent);
   fake::Sent sent;
   std::string faults;
@@ -83,11 +103,6 @@ struct Reply {
   uint32_t vlan = 0, to_ip = 0, from_ip = 0;
   uint32_t type = 0, xid = 0, flags = 0, ciaddr = 0, yiaddr = 0, siaddr = 0, giaddr = 0;
   Bytes message;
-  std::vector<std::pair<int, Bytes>> options;
-
-  std::vector<int> codes() const;
-  /// Value of the first such option; empty without one.
-  Bytes option(int code) const;
 };
 
 }  // namespace wire

@@ -1,43 +1,18 @@
 #include "tests/unit/wire6.h"
 
-#include <algorithm>
-
 namespace wire {
 
 namespace {
 
 constexpr size_t ip_at = 18, udp_at = 58, message_at = 66;
 
-Bytes be16(size_t value) { return {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)}; }
-
-Bytes slice(const Bytes& bytes, size_t offset, size_t size) {
-  const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(offset);
-  return {begin, begin + static_cast<std::ptrdiff_t>(size)};
-}
-
-template <class Array>
-Array array_at(const Bytes& bytes, size_t offset) {
-  Array array;
-  std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(offset), array.size(), array.begin());
-  return array;
-}
-
 /// UDP checksum over pseudo-header, header and payload (RFC 8200 section 8.1): 0xffff when it holds.
 uint32_t udp_sum(const Bytes& frame) {
   const Bytes udp = slice(frame, udp_at, frame.size() - udp_at);
-  const Bytes summed = slice(frame, ip_at + 8, 32) + be32(static_cast<uint32_t>(udp.size())) + Bytes{0, 0, 0, 17} + udp;
-  uint32_t sum = 0;
-  for (size_t i = 0; i < summed.size(); ++i) sum += static_cast<uint32_t>(summed[i]) << (i % 2 == 0 ? 8 : 0);
-  while (sum > 0xffff) sum = (sum & 0xffff) + (sum >> 16);
-  return sum;
+  return folded_sum(slice(frame, ip_at + 8, 32) + be32(static_cast<uint32_t>(udp.size())) + Bytes{0, 0, 0, 17} + udp);
 }
 
 }  // namespace
-
-Bytes operator+(Bytes a, const Bytes& b) {
-  a.insert(a.end(), b.begin(), b.end());
-  return a;
-}
 
 Ip6 ip6(const char* text) {
   Ip6 address{};
@@ -128,17 +103,6 @@ Reply6::Reply6(const Bytes& f) {
     at += 4 + size;
   }
   check(at == message.size(), "options");
-}
-
-std::vector<int> Reply6::codes() const {
-  std::vector<int> codes;
-  for (const auto& [code, value] : options) codes.push_back(code);
-  return codes;
-}
-
-Bytes Reply6::option(int code) const {
-  const auto found = std::find_if(options.begin(), options.end(), [code](const auto& o) { return o.first == code; });
-  return found == options.end() ? Bytes{} : found->second;
 }
 
 }  // namespace wire

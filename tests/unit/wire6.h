@@ -30,7 +30,6 @@ Ip6 ip6(const char* text);
 Bytes bytes_of(const Ip6& address);
 /// One option; options are joined with +.
 Bytes option6(int code, const Bytes& value);
-Bytes operator+(Bytes a, const Bytes& b);
 /// Option 3 or 4 holding `sub_options`.
 Bytes ia_na(uint32_t iaid, const Bytes& sub_options, uint32_t t1 = 0, uint32_t t2 = 0);
 Bytes ia_ta(uint32_t iaid, const Bytes& sub_options);
@@ -64,7 +63,7 @@ class Message6 {
 };
 
 /// A frame taken apart. `faults` names what is wrong with its headers, lengths, checksum and options.
-struct Reply6 {
+struct Reply6 : Options {
   explicit Reply6(const Bytes& frame);
   std::string faults;
   Mac to_mac{}, from_mac{};
@@ -74,11 +73,6 @@ struct Reply6 {
   uint32_t type = 0, xid = 0, hops = 0;
   Ip6 link{}, peer{};
   Bytes message;
-  std::vector<std::pair<int, Bytes>> options;
-
-  std::vector<int> codes() const;
-  /// Value of the first such option; empty without one.
-  Bytes option(int code) const;
 };
 
 }  // namespace wire
