@@ -45,6 +45,8 @@ TEST_F(ForwardingTest, ClassifiesByPortAndTag) {
   EXPECT_EQ(vlans.classify(4, 1), none) << "not on the list";
   EXPECT_EQ(vlans.classify(5, 30), none) << "a trunk of all carries VLANs that there are";
   EXPECT_EQ(vlans.classify(5, 4095), none);
+  EXPECT_TRUE(vlans.leaves_tagged(4, 10) && vlans.leaves_tagged(5, 20));
+  EXPECT_FALSE(vlans.leaves_tagged(1, 10) || vlans.leaves_tagged(4, 20)) << "the native VLAN";
   bridge.vlans.create(30);
   EXPECT_EQ(vlans.classify(5, 30), 30);
   EXPECT_EQ(vlans.classify(4, 30), none);
@@ -62,6 +64,9 @@ TEST_F(ForwardingTest, FloodsInsideTheVlanOnly) {
   EXPECT_EQ(decide(10, everybody, 0).ports, port_bit(1) | port_bit(2) | port_bit(4) | port_bit(5));
   EXPECT_FALSE(decide(10, everybody, 0).cpu) << "back to the sender";
   EXPECT_EQ(decide(30, everybody, 1).ports, 0u);
+  EXPECT_EQ(decide(10, cpu, 1).ports, 0u);
+  EXPECT_TRUE(decide(10, cpu, 1).cpu);
+  EXPECT_FALSE(decide(20, cpu, 3).cpu);
 }
 
 TEST_F(ForwardingTest, KnownUnicastGoesOneWayAndNeverBack) {
@@ -73,12 +78,6 @@ TEST_F(ForwardingTest, KnownUnicastGoesOneWayAndNeverBack) {
   EXPECT_EQ(decide(10, host(7), 1).ports, port_bit(4)) << "it moved";
   bridge.macs.learn(10, host(8).data(), 3, 1);
   EXPECT_EQ(decide(10, host(8), 1).ports, 0u) << "its port has left the VLAN";
-}
-
-TEST_F(ForwardingTest, TheCpuIsReachedWhereItHasAnInterface) {
-  EXPECT_EQ(decide(10, cpu, 1).ports, 0u);
-  EXPECT_TRUE(decide(10, cpu, 1).cpu);
-  EXPECT_FALSE(decide(20, cpu, 3).cpu);
 }
 
 TEST_F(ForwardingTest, TakesNoFrameThatABridgeMustNotCarry) {
@@ -93,13 +92,6 @@ TEST_F(ForwardingTest, TakesNoFrameThatABridgeMustNotCarry) {
   EXPECT_FALSE(acceptable(host(1), everybody));
   EXPECT_FALSE(acceptable({0x01, 0x80, 0xc2, 0, 0, 0x0e}, host(1))) << "LLDP is for the next bridge";
   EXPECT_TRUE(acceptable({0x01, 0x80, 0xc2, 0, 0, 0x10}, host(1)));
-}
-
-TEST_F(ForwardingTest, TagsAreForTrunksExceptTheNativeVlan) {
-  EXPECT_FALSE(bridge.vlans.leaves_tagged(1, 10));
-  EXPECT_TRUE(bridge.vlans.leaves_tagged(4, 10));
-  EXPECT_FALSE(bridge.vlans.leaves_tagged(4, 20));
-  EXPECT_TRUE(bridge.vlans.leaves_tagged(5, 20));
 }
 
 TEST_F(ForwardingTest, ARemovedVlanCarriesNothingUntilItIsBack) {
