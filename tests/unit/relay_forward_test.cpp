@@ -1,5 +1,6 @@
 /// Requests and replies through the relay, byte for byte, in every tag mode and with every switch of option 82.
 #include "tests/unit/relay_bench.h"
+#include "tests/unit/wire6.h"
 
 namespace {
 
@@ -10,6 +11,7 @@ using bench::Mac;
 using bench::sealed;
 using bench::with;
 using testing::ElementsAre;
+using wire::operator+;
 
 const Bytes clients_option82{82, 4, 1, 2, 'x', 'y'};
 
@@ -100,27 +102,22 @@ TEST_F(RelayForward, RoutePortModesChangeTheTagAlone) {
 TEST_F(RelayForward, Option82FollowsTrustSwitchAndClient) {
   ASSERT_EQ(DHCPR_start(1), 0);
   const Bytes own = own_option82(), type{53, 1, 1};
-  const auto joined = [](std::initializer_list<Bytes> parts) {
-    Bytes all;
-    for (const Bytes& part : parts) all.insert(all.end(), part.begin(), part.end());
-    return all;
-  };
-  const Bytes plain = joined({type, {255, 0, 0}}), one = joined({type, {0}, clients_option82, {12, 0, 255}}),
-              two = joined({clients_option82, type, clients_option82, {255}});
+  const Bytes plain = type + Bytes{255, 0, 0}, tail{12, 0, 255}, one = type + Bytes{0} + clients_option82 + tail,
+              two = clients_option82 + type + clients_option82 + Bytes{255};
   const struct {
     int trust, insert;
     Bytes options, expected;
   } rows[] = {
-      {1, 1, plain, joined({type, own, {255, 0, 0}})},
+      {1, 1, plain, type + own + Bytes{255, 0, 0}},
       {1, 0, plain, plain},
       {0, 1, plain, plain},
       {0, 0, plain, plain},
       {2, 1, plain, plain},
       {1, 1, one, one},
       {1, 0, one, one},
-      {0, 1, one, joined({type, {0}, own, {12, 0, 255}})},
-      {0, 0, one, joined({type, {0}, own, {12, 0, 255}})},
-      {0, 0, two, joined({own, type, own, {255}})},
+      {0, 1, one, type + Bytes{0} + own + tail},
+      {0, 0, one, type + Bytes{0} + own + tail},
+      {0, 0, two, own + type + own + Bytes{255}},
   };
   const auto request = [](const Bytes& options) { return wire::Message(0, client).raw_options(options); };
   for (const auto& row : rows) {
