@@ -17,7 +17,7 @@ class OwnMac : public ServerBench {
   }
 };
 
-TEST_F(OwnMac, IsAskedAnewForEveryFrame) {
+TEST_F(OwnMac, IsAskedAnewForEveryFrameAndAfterTheQueryWasClosed) {
   EXPECT_EQ(read_own_mac("eth0.10"), MacAddress::from(own_mac.data()));
   device().vlan_interfaces[10].mac[5] = 0x77;
   ASSERT_TRUE(read_own_mac("eth0.10"));
@@ -25,13 +25,8 @@ TEST_F(OwnMac, IsAskedAnewForEveryFrame) {
   device().interfaces_without_answer = {"eth0.10"};
   EXPECT_FALSE(read_own_mac("eth0.10")) << "not the last answer, nor zeros";
   device().interfaces_without_answer.clear();
-  EXPECT_TRUE(read_own_mac("eth0.10"));
-}
-
-TEST_F(OwnMac, IsReadAgainAfterTheQueryWasClosed) {
-  EXPECT_TRUE(read_own_mac("eth0.10"));
   dhcp::module::close_own_mac_query();
-  EXPECT_EQ(read_own_mac("eth0.10"), MacAddress::from(own_mac.data()));
+  EXPECT_TRUE(read_own_mac("eth0.10"));
 }
 
 }  // namespace
