@@ -1,6 +1,5 @@
 #include "server/socket.h"
 
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -11,6 +10,8 @@
 #include <mutex>
 
 #include "base/log.h"
+#include "base/os.h"
+#include "base/udp_socket.h"
 #include "packet/layout.h"
 #include "server/server.h"
 
@@ -35,14 +36,7 @@ void close_held() {
 bool bind_to_server_port(int socket) {
   const int reuse = 1;
   setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(packet::udp::port_server);
-  address.sin_addr.s_addr = htonl(INADDR_ANY);
-  sockaddr generic{};
-  static_assert(sizeof generic == sizeof address);
-  memcpy(&generic, &address, sizeof address);
-  return bind(socket, &generic, sizeof address) == 0;
+  return base::bind_to_port(socket, packet::udp::port_server);
 }
 
 }  // namespace
@@ -64,7 +58,7 @@ int dhcp_server_open_socket() {
   using namespace dhcp::server;
   const DescriptorLock lock;
   close_held();
-  const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  const int descriptor = dhcp::base::os.socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   if (descriptor < 0) {
     DHCP_LOG_AT(dhcp::base::module_frame, "dhcpc", "open dhcp server socket failed!!\n");
     fprintf(stderr, "open dhcp server socket failed!!\n");
