@@ -54,7 +54,9 @@ class Shortcut {
  private:
   static constexpr size_t places = 256;
 
-  uint8_t& place(uint64_t key) { return slot_[(key * 0x9e3779b97f4a7c15) >> 56]; }  // Fibonacci hashing
+  uint8_t& place(uint64_t key) {
+    return slot_[static_cast<uint8_t>((key * 0x9e3779b97f4a7c15) >> 56)];  // Fibonacci hashing
+  }
   bool all_young(uint32_t now) {
     if (now < latest_) return false;  // the clock was set back
     if (now - earliest_ >= free_age_s && now != looked_) {

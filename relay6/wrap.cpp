@@ -13,7 +13,6 @@ namespace {
 
 using packet::Carried6;
 using packet::MessageType6;
-using packet::RelayMessage6;
 
 Built failed(Dhcp6RelayVerdict verdict) { return {{}, verdict}; }
 

@@ -197,7 +197,9 @@ int arpCheck(uint32_t target_ip, const ArpIfInfo* sender, int timeout_s) {
   openRawSocket(socket.out(), eth::type_arp);
   int result = send_request(socket, target_ip, *sender) ? 1 : 0;
   const bool answered = await_reply(socket, target_ip, *sender, timeout_s, nullptr, [&](Fault fault, int error) {
-    if (fault == Fault::wait) DHCP_LOG_AT(module_frame, frame_name, "Error on ARPING request: errno=%d", error);
+    if (fault == Fault::wait) {
+      DHCP_LOG_IN("arpCheck", module_frame, frame_name, "Error on ARPING request: errno=%d", error);
+    }
     if (fault == Fault::receive || error != EINTR) result = 0;
   });
   if (answered) {
