@@ -7,10 +7,13 @@ check_packages="$demo_packages clang clang-format clang-tidy libclang-rt-14-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev g++-mips-linux-gnu qemu-user
   kea-admin tcpdump ethtool procps git"
 
-# install_packages demo|check: installs what is missing, or says how when it may not.
+coverage_packages="$check_packages gcovr"
+
+# install_packages demo|check|coverage: installs what is missing, or says how when it may not.
 install_packages() {
   case $1 in
     demo) _wanted=$demo_packages ;;
+    coverage) _wanted=$coverage_packages ;;
     *) _wanted=$check_packages ;;
   esac
   if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
