@@ -24,6 +24,11 @@ using namespace dhcp::softswitch;
 
 namespace {
 
+/// From here on no frame comes in or goes out, so nobody is told of an address that is not saved.
+void close_ports() {
+  for (uint32_t port = 1; port <= fabric().port_count(); ++port) fabric().set_device(port, "");
+}
+
 /// The module's life inside the switch's.
 class RunningModule {
  public:
@@ -34,7 +39,10 @@ class RunningModule {
     return true;
   }
   ~RunningModule() {
-    if (started_) dhcp_module_stop();
+    if (!started_) return;
+    close_ports();
+    save_bindings();
+    dhcp_module_stop();
   }
 
  private:

@@ -19,11 +19,13 @@ struct BindingFile {
   const char* name;
   int (*set_path)(const char* path, const char* temporary);
   int (*get)(DhcpSnoopDatabase* out);
+  int (*save)(int mode, int interval_s);
 };
 constexpr BindingFile files[] = {
-    {"dhcp_snoop_table.ini", dhcp_snoop_set_database_path, dhcp_snoop_get_database},
-    {"dhcp6_snoop_table.ini", dhcp6_snoop_set_database_path, dhcp6_snoop_get_database},
+    {"dhcp_snoop_table.ini", dhcp_snoop_set_database_path, dhcp_snoop_get_database, set_dhcp_snoop_writeflash},
+    {"dhcp6_snoop_table.ini", dhcp6_snoop_set_database_path, dhcp6_snoop_get_database, set_dhcp6_snoop_writeflash},
 };
+constexpr int save_once = 2;
 constexpr auto patience = std::chrono::seconds(3);
 constexpr auto look = std::chrono::milliseconds(10);
 
@@ -68,6 +70,16 @@ void await_saved_bindings() {
       std::this_thread::sleep_for(look);
       file.get(&state);
     }
+  }
+}
+
+void save_bindings() {
+  for (const BindingFile& file : files) {
+    DhcpSnoopDatabase before{}, after{};
+    file.get(&before);
+    file.save(save_once, 0);
+    file.get(&after);
+    if (after.write_failures != before.write_failures) log_line(3, "bindings cannot be saved to %s", after.path);
   }
 }
 

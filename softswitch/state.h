@@ -15,4 +15,8 @@ Refusal keep_state_in(const std::string& directory);
 /// loaded next, has the last word about static ones.
 void await_saved_bindings();
 
+/// Before the module stops: has it write its bindings now, also where it does not save them by itself. A family without
+/// a bound client keeps its file.
+void save_bindings();
+
 }  // namespace dhcp::softswitch

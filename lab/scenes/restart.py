@@ -1,4 +1,4 @@
-"""Bindings outlive the switch: through a restart, a killed write, an emptied table and a garbled file."""
+"""Bindings outlive the switch: through a restart, a killed write, an emptied table, a garbled file, signals."""
 import os
 import random
 import re
@@ -184,3 +184,23 @@ def after(lab):
     lab.say(lab.switch.cli(WRITE))
     lab.expect("lines", sorted(content(lab)), sorted(lab.kept["lines"]))
     lab.expect("alice gets through", passes(lab, "alice", lab.kept["alice"]), True)
+
+
+@step("ended by a signal right after a lease, and by a second one meanwhile, it has saved the client")
+def signalled(lab):
+    lab.expect("exit status", lab.switch.stop(), 0)
+    put_content(lab, "".join(lab.kept["lines"]).encode())
+    config = re.sub(r".* write-delay .*\n", "", lab.config())  # nothing saves by itself
+    lab.switch.start(config)
+    loaded(lab, len(lab.kept["lines"]))
+    late = "02:00:00:00:02:13"
+    address = lab.crafted("bob", late).lease()
+    lab.switch.process.send_signal(signal.SIGINT)
+    lab.switch.process.send_signal(signal.SIGTERM)
+    lab.expect("exit status", lab.switch.process.wait(15), 0)
+    lab.expect("lines", sorted(content(lab)), sorted(lab.kept["lines"] + [line(late, 3600, 2, 0, address)]))
+    lab.expect("devices that it left behind", lab.devices("eth"), [])
+    lab.expect("sockets that it left behind", os.path.exists(lab.switch.client_words()[2]), False)
+    lab.switch.start()
+    loaded(lab, len(lab.kept["lines"]) + 1)
+    lab.expect("the client gets through", passes(lab, "bob", address, late), True)

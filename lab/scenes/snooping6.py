@@ -223,6 +223,10 @@ def restart(lab):
     lab.expect_that("the bindings are the same", lab.switch.snooped("ipv6") == held)
     lab.expect("alice gets through", passes(lab, "alice", lab.kept["held"]["alice"]), True)
     lab.expect("alice with bob's address", passes(lab, "alice", lab.kept["held"]["bob"]), False)
+    lab.expect("exit status", lab.switch.stop(), 0)
+    lab.expect("lines of the file that nobody asked for", len(open(FILE, encoding="ascii").readlines()), len(held))
+    lab.switch.start()
+    lab.expect_that("the bindings are the same again", lab.switch.snooped("ipv6") == held)
 
 
 @step("the same clients with another server")
