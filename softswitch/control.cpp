@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "platform/text.h"
+#include "softswitch/capture.h"
 #include "softswitch/fabric.h"
 #include "softswitch/follow_bindings.h"
 #include "softswitch/running_tasks.h"
@@ -159,6 +160,13 @@ class Control : public SwitchControl {
     fabric().with([](FabricState& s) { s.bridge.macs.clear(); });
   }
 
+  Refusal start_capture(const CaptureRequest& request) override;
+  Refusal stop_capture() override;
+  CaptureStatus capture() const override {
+    const std::lock_guard guard(lock_);
+    return capture_ ? capture_->status() : CaptureStatus{};
+  }
+
   uint64_t rule_hits(uint32_t group, uint32_t rule) const override {
     return fabric().with([=](FabricState& s) { return s.rules.hits(group, rule); });
   }
@@ -188,6 +196,7 @@ class Control : public SwitchControl {
   }
 
   mutable std::mutex lock_;
+  std::unique_ptr<Capture> capture_;
   mutable std::vector<PortConfig> configs_;  // by port; made when first asked for, the number of ports being known then
 };
 
@@ -223,6 +232,30 @@ Refusal Control::change_guard(uint32_t port, bool PortConfig::*shown, void (Guar
   if (Refusal why = check_port(port)) return why;
   configs()[port].*shown = on;
   fabric().with([&](FabricState& s) { (s.guard.*set)(port, on); });
+  return std::nullopt;
+}
+
+Refusal Control::start_capture(const CaptureRequest& request) {
+  const std::lock_guard guard(lock_);
+  if (request.port != 0)
+    if (Refusal why = check_port(request.port)) return why;
+  if (capture_ && capture_->status().state == CaptureState::running)
+    return "a capture to " + capture_->status().request.path + " is running";
+  std::vector<Capture::Interface> ports;
+  for (uint32_t port = 1; port <= port_count(); ++port) ports.push_back({str_intf_id(port), configs()[port].device});
+  Refusal why;
+  auto next = Capture::begin(request, ports, why);
+  if (!next) return why;
+  fabric().set_capture(next.get());
+  capture_ = std::move(next);
+  return std::nullopt;
+}
+
+Refusal Control::stop_capture() {
+  const std::lock_guard guard(lock_);
+  if (!capture_ || capture_->status().state != CaptureState::running) return "no capture is running";
+  fabric().set_capture(nullptr);
+  capture_->end();
   return std::nullopt;
 }
 

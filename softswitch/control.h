@@ -103,6 +103,28 @@ struct GuardCounters {
   const Counts& of(GuardKind kind) const { return kinds[static_cast<size_t>(kind)]; }
 };
 
+/// A capture of the frames at the ports, as they came and as they went, with their tags.
+struct CaptureRequest {
+  std::string path;                     // of a new file, from /
+  uint32_t port = 0;                    // 0 = all
+  bool dhcp = false;                    // frames to a DHCP port of either family alone
+  uint64_t limit = uint64_t{64} << 20;  // bytes that the file may have
+};
+enum class CaptureState {
+  none,
+  running,
+  ended,   // by the operator
+  full,    // the file has reached its limit
+  failed,  // it cannot be written
+};
+struct CaptureStatus {
+  CaptureRequest request;
+  CaptureState state = CaptureState::none;
+  std::string failure;
+  uint64_t size = 0;              // bytes of the file
+  uint64_t frames = 0, lost = 0;  // in the file, and missing for want of room in memory
+};
+
 struct TaskRow {
   std::string name;
   uint32_t id = 0;  // as the task service wrote it
@@ -149,6 +171,11 @@ class SwitchControl {
   virtual uint32_t mac_aging_time() const = 0;
   virtual std::vector<MacRow> mac_table() const = 0;
   virtual void clear_mac_table() = 0;
+
+  /// One at a time; one that is over gives way.
+  virtual Refusal start_capture(const CaptureRequest& request) = 0;
+  virtual Refusal stop_capture() = 0;
+  virtual CaptureStatus capture() const = 0;
 
   virtual QueueCounters event_queue() const = 0;
   virtual uint64_t rule_hits(uint32_t group, uint32_t rule) const = 0;  // since it was installed; 0 = it is not

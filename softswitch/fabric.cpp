@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "softswitch/capture.h"
 #include "softswitch/checksum.h"
 #include "softswitch/frame_pool.h"
 
@@ -17,6 +18,17 @@ namespace {
 constexpr uint64_t key_wake = 0;        // what an epoll event is about; otherwise a port, or a CPU device
 constexpr unsigned frames_a_turn = 32;  // from one device, before the others are looked at
 constexpr uint16_t dhcp6_client_port = 546;
+
+/// A tag that came beside the frame goes back to its place; a checksum that the sender's kernel left out is put in.
+void record(Capture& capture, uint32_t port, const RingFrame& in) {
+  if (in.size < ether_size) return;
+  if (in.unfinished) finish_checksum({in.data, in.size});
+  uint8_t tag[tag_size];
+  store_be16(tag, in.tag_type);
+  store_be16(tag + 2, in.tci);
+  const std::span<const uint8_t> beside(tag, in.stripped ? tag_size : 0);
+  capture.take(port, pcapng::Direction::in, {{{in.data, 12}, beside, {in.data + 12, in.size - 12}}});
+}
 
 }  // namespace
 
@@ -189,6 +201,7 @@ Fabric::Progress Fabric::receive(uint32_t port, const RingFrame& in, bool hold) 
     arrival = inspect(port, in);
     if (hold && queue_ != nullptr && arrival.for_module() && in.large == nullptr && no_room()) return Progress::held;
   }
+  if (capture_ != nullptr) record(*capture_, port, in);
   ++counters.rx_frames;
   counters.rx_bytes += in.size;
   std::optional<SwitchedFrame> frame;
@@ -243,6 +256,17 @@ void Fabric::trap(uint32_t port, const SwitchedFrame& frame, uint32_t type) {
 
 // ---- to the ports
 
+void Fabric::send(uint32_t port, const SwitchedFrame& frame, bool tagged) {
+  if (capture_ != nullptr) {
+    uint8_t tag[tag_size];
+    store_be16(tag, type_tag);
+    store_be16(tag + 2, frame.tci);
+    const std::span<const uint8_t> put(tag, tagged ? tag_size : 0);
+    capture_->take(port, pcapng::Direction::out, {{{frame.macs, 12}, put, frame.rest}});
+  }
+  emit(*ports_[port].device, frame, tagged);
+}
+
 void Fabric::emit(PacketDevice& device, const SwitchedFrame& frame, bool tagged) {
   uint8_t head[16];
   std::memcpy(head, frame.macs, 12);
@@ -260,7 +284,7 @@ void Fabric::forward(const SwitchedFrame& frame, uint32_t ingress) {
   const Decision decision = bridge.decide(vlan, frame.macs, ingress);
   for (uint32_t port = 1; port <= port_count_; ++port)
     if ((decision.ports & port_bit(port)) != 0 && ports_[port].device)
-      emit(*ports_[port].device, frame, bridge.vlans.leaves_tagged(port, vlan));
+      send(port, frame, bridge.vlans.leaves_tagged(port, vlan));
   if (!decision.cpu) return;
   const auto cpu = cpu_.find(vlan);
   if (cpu != cpu_.end()) deliver(*cpu->second, frame);
@@ -286,7 +310,7 @@ int Fabric::transmit(const skpack& skp, intf_order_list* listed, uint32_t vlan, 
   if (vlan != vlan_untagged) wanted &= vlans.members(mode == 0 ? vlan : frame.vlan());
   for (uint32_t port = 1; port <= port_count_; ++port)
     if ((wanted & port_bit(port)) != 0 && ports_[port].device)
-      emit(*ports_[port].device, frame, vlan != vlan_untagged && vlans.leaves_tagged(port, frame.vlan()));
+      send(port, frame, vlan != vlan_untagged && vlans.leaves_tagged(port, frame.vlan()));
   if (!collect) flush();
   return 0;
 }

@@ -38,6 +38,8 @@
 
 namespace dhcp::softswitch {
 
+class Capture;
+
 /// A frame on its way through the switch: addresses, tag control word, and everything behind the tag.
 struct SwitchedFrame {
   const uint8_t* macs = nullptr;
@@ -80,6 +82,9 @@ class Fabric {
   /// Empty = done, otherwise the reason.
   std::string open_cpu_device(uint16_t vlan, const std::string& ifname);
   void close_cpu_device(uint16_t vlan);
+
+  /// Every frame that a port receives, and every one that it sends, goes to the capture, too; null = to none.
+  void set_capture(Capture* capture);
 
   void connect(EventQueue& queue);
   void disconnect(EventQueue& queue);
@@ -129,6 +134,7 @@ class Fabric {
   void trap(uint32_t port, const SwitchedFrame& frame, uint32_t type);
   void forward(const SwitchedFrame& frame, uint32_t ingress);
   void deliver(PacketDevice& cpu, const SwitchedFrame& frame);
+  void send(uint32_t port, const SwitchedFrame& frame, bool tagged);
   void emit(PacketDevice& device, const SwitchedFrame& frame, bool tagged);
   void flush();
 
@@ -154,6 +160,7 @@ class Fabric {
   std::vector<Active> active_;  // every open device, in the order it is looked at
   std::vector<PacketDevice*> dirty_;
   EventQueue* queue_ = nullptr;
+  Capture* capture_ = nullptr;
   uint64_t now_ms_ = 0;
 
   std::atomic<uint64_t> visits_{0};

@@ -135,6 +135,11 @@ void Fabric::housekeep() {
   }
 }
 
+void Fabric::set_capture(Capture* capture) {
+  const HeldLock held(lock_);
+  capture_ = capture;
+}
+
 void Fabric::connect(EventQueue& queue) {
   const HeldLock held(lock_);
   queue_ = &queue;

@@ -119,6 +119,7 @@ int main(int count, char** words) {
     return 1;
   }
   const bool good = run(*options, background);
+  switch_control().stop_capture();
   vlan_interfaces().clear();
   return good ? 0 : 1;
 }

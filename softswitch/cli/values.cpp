@@ -52,6 +52,7 @@ constexpr Placeholder placeholders[] = {
     {"PREFIX", Kind::prefix6, 0, 0, "IPv6 address and prefix length"},
     {"HEX", Kind::hex, 1, max_option_bytes, "value bytes, two hexadecimal digits each"},
     {"IFNAME", Kind::word, 1, 15, "name of a network interface"},
+    {"PATH", Kind::word, 1, 255, "whole path of a file, from /"},
     {"NAME", Kind::word, 1, 63, "host name: letters, digits, '-', '_', '.'"},
     {"DOMAIN", Kind::text, 1, 255, "domain name"},
     {"DOMAIN6", Kind::text, 1, 253, "domain name"},

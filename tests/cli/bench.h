@@ -28,6 +28,7 @@ class FakeSwitch : public SwitchControl {
   std::map<HostList, std::vector<KnownHost>> host_lists;
   std::vector<KnownHost6> host_list6;
   int taken_hosts = 0;
+  CaptureStatus capturing;
 
   uint32_t port_count() const override { return 10; }
   Refusal set_device(uint32_t port, const std::string& ifname) override { return set(of(port).device, ifname); }
@@ -79,6 +80,12 @@ class FakeSwitch : public SwitchControl {
   uint32_t mac_aging_time() const override { return aging_time_s; }
   std::vector<MacRow> mac_table() const override { return macs; }
   void clear_mac_table() override { macs.clear(); }
+  Refusal start_capture(const CaptureRequest& request) override {
+    capturing.request = request;
+    return set(capturing.state, CaptureState::running);
+  }
+  Refusal stop_capture() override { return set(capturing.state, CaptureState::ended); }
+  CaptureStatus capture() const override { return capturing; }
   QueueCounters event_queue() const override { return {}; }
   uint64_t rule_hits(uint32_t group, uint32_t rule) const override { return group * 100 + rule; }
   std::vector<TaskRow> tasks() const override { return {}; }

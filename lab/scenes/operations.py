@@ -1,0 +1,82 @@
+"""What an operator has beside the services: captures."""
+import os
+import subprocess
+
+from kit.judge import BAD_ELSE
+from kit.sandbox import HERE
+from kit.scene import Port, steps_of
+
+TITLE = "A switch in its operator's hands"
+PORTS = [
+    Port(1, "alice", "10"),                 # crafted clients
+    Port(2, "bob", "20"),                   # crafted clients
+    Port(5, "tess", "10,20", trunk=True),   # crafted clients with tags
+]
+CONFIG = """
+interface vlan 10
+ ip address 192.168.10.1 255.255.255.0
+interface vlan 20
+ ip address 192.168.20.1 255.255.255.0
+ip dhcp pool 1
+ network 192.168.10.0 255.255.255.0 192.168.10.10 192.168.10.99
+ exit
+ip dhcp pool 2
+ network 192.168.20.0 255.255.255.0 192.168.20.10 192.168.20.99
+ exit
+ip dhcp-server
+"""
+FILE = f"{HERE}/lease.pcapng"
+STEPS, step = steps_of()
+
+
+def read(file, *words):
+    done = subprocess.run(["tshark", "-n", "-r", file, *words], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                          text=True, timeout=60, check=False)
+    if done.returncode != 0:
+        raise RuntimeError(f"tshark: {done.stderr.strip()}")
+    return [line.split("\t") for line in done.stdout.splitlines()]
+
+
+def captured(file, condition="dhcp"):
+    """Port, direction (1 = received), VLAN of the tag, type of the message."""
+    fields = ("frame.interface_name", "frame.packet_flags_direction", "vlan.id", "dhcp.option.dhcp")
+    return [tuple(row) for row in read(file, "-Y", condition, "-T", "fields",
+                                       *(word for field in fields for word in ("-e", field)))]
+
+
+@step("a capture shows a lease as it passed the ports: names, directions, tags")
+def capture(lab):
+    lab.switch.start(lab.config())
+    lab.switch.cli(f"monitor capture {FILE} dhcp")
+    lab.crafted("tess", "02:00:00:00:05:10", vlan=20).lease()
+    lab.crafted("alice", "02:00:00:00:01:10").lease()
+    lab.hosts["alice"].send(bytes.fromhex("ffffffffffff 020000000110 88b5") + bytes(46))  # not DHCP
+    lab.show("no monitor capture", "show monitor capture")
+    rows = captured(FILE)
+    lab.say("\n".join(map(str, rows)))
+    lab.expect("on the trunk", [row for row in rows if row[0] == "Gi5" and row[2] == "20"],
+               [("Gi5", way, "20", kind) for way, kind in (("0x00000001", "1"), ("0x00000002", "2"),
+                                                            ("0x00000001", "3"), ("0x00000002", "5"))])
+    lab.expect("on the access port", [row for row in rows if row[0] == "Gi1"],
+               [("Gi1", way, "", kind) for way, kind in (("0x00000001", "1"), ("0x00000002", "2"),
+                                                          ("0x00000001", "3"), ("0x00000002", "5"))])
+    lab.expect("frames that are not DHCP", captured(FILE, "!dhcp"), [])
+    lab.expect("malformed frames", captured(FILE, f"{BAD_ELSE} || udp.checksum.status == \"Bad\""), [])
+
+
+@step("a capture writes to a new file alone, and one that is running is finished when the switch ends")
+def guarded(lab):
+    os.symlink("/nowhere/at/all", f"{HERE}/link")
+    for path in (FILE, f"{HERE}/link", "relative"):
+        lab.say(lab.switch.refuses(f"monitor capture {path}"))
+    lab.expect("what was refused", [lab.switch.refuses(f"monitor capture {path}") is None
+                                    for path in (FILE, f"{HERE}/link", "relative")], [False] * 3)
+    whole = f"{HERE}/whole.pcapng"
+    lab.switch.cli(f"monitor capture {whole} interface gigabitethernet 1")
+    lab.expect("a second one beside it is refused", lab.switch.refuses(f"monitor capture {HERE}/2") is None, False)
+    lab.crafted("alice", "02:00:00:00:01:11").lease()
+    lab.crafted("bob", "02:00:00:00:02:11").lease()
+    lab.expect("exit status", lab.switch.stop(), 0)
+    lab.expect("kinds of messages", [row[3] for row in captured(whole)], ["1", "2", "3", "5"])
+    lab.expect("other ports", [row for row in captured(whole, "frame") if row[0] != "Gi1"], [])
+    lab.switch.start()
