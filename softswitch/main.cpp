@@ -16,6 +16,7 @@
 #include "softswitch/follow_bindings.h"
 #include "softswitch/log.h"
 #include "softswitch/options.h"
+#include "softswitch/reporter.h"
 #include "softswitch/state.h"
 #include "softswitch/vlan_interfaces.h"
 #include "softswitch/watch.h"
@@ -95,8 +96,9 @@ bool run(const Options& options, Background& background) {
   if (!load_configuration(options.config, error)) return failed(error);
   CommandServer commands(options.socket, options.config);
   if (!commands.start(error)) return failed(error);
-  if (!options.foreground) log_to_syslog();
+  if (!options.foreground) end_console_log();
   background.release();
+  const Reporter reporter;
   log_line(5, "running with %u ports, address %s", options.ports, switch_control().mac_address().c_str());
   int signal = 0;
   sigwait(&ends, &signal);
@@ -112,7 +114,7 @@ int main(int count, char** words) {
   }
   const auto options = read_options(count, words);
   if (!options) return 2;
-  set_log_level(options->log_level);
+  begin_log(options->log_level, !options->foreground);
   Background background;
   if (!options->foreground && !background.enter()) {
     std::perror("softswitch");

@@ -1,9 +1,10 @@
-"""What an operator has beside the services: captures."""
+"""What an operator has beside the services: captures, the log."""
 import os
+import re
 import subprocess
 
 from kit.judge import BAD_ELSE
-from kit.sandbox import HERE
+from kit.sandbox import HERE, run
 from kit.scene import Port, steps_of
 
 TITLE = "A switch in its operator's hands"
@@ -80,3 +81,37 @@ def guarded(lab):
     lab.expect("kinds of messages", [row[3] for row in captured(whole)], ["1", "2", "3", "5"])
     lab.expect("other ports", [row for row in captured(whole, "frame") if row[0] != "Gi1"], [])
     lab.switch.start()
+
+
+def said(lab, pattern):
+    return [line for line in lab.switch.said().splitlines() if re.search(pattern, line)]
+
+
+@step("the log tells of ports, of hosts that lie and of changes, each once")
+def log(lab):
+    lab.switch.cli("configure", "interface gigabitethernet 1", "ip verify source")
+    for _ in range(3):
+        lab.expect("alice with an address of her own choice gets through",
+                   lab.speaker("alice", "192.168.10.222").reaches(lab.hosts["tess"], "192.168.10.223"), False)
+    lab.wait_until(lambda: said(lab, "IPv4 source guard on port Gi1"), 5, "the guard's line")
+    run("ip", "link", "set", "sw2", "down")
+    lab.wait_until(lambda: said(lab, "port Gi2 .* is down"), 5, "the port's line")
+    run("ip", "link", "set", "sw2", "up")
+    lab.wait_until(lambda: len(said(lab, r"port Gi2 \(sw2\) is up")) == 2, 5, "the other one")
+    lab.switch.cli("configure", "interface gigabitethernet 1", "no ip verify source")
+    lab.show("show logging | begin Gi1")
+    lab.expect("lines of the guard", len(said(lab, "<4> switch: frames dropped by IPv4 source guard on port Gi1: ")), 1)
+    lab.expect("lines of the change", len(said(lab, "<5> switch: configured: ip verify source")), 1)
+    kept = [line[11:] for line in lab.switch.cli("show logging").splitlines() if "<" in line]
+    lab.expect("what is kept in memory is what was written", kept, said(lab, r"^\S+ <[0-6]> "))
+
+
+@step("under a service manager the severity stands before the line, for the journal")
+def journal(lab):
+    lab.expect("exit status", lab.switch.stop(), 0)
+    log = os.stat(f"{HERE}/switch.log")
+    lab.switch.surroundings["JOURNAL_STREAM"] = f"{log.st_dev}:{log.st_ino}"
+    lab.switch.start()
+    del lab.switch.surroundings["JOURNAL_STREAM"]
+    lab.expect("first line", lab.switch.said().splitlines()[0],
+               f"<5>switch: running with 26 ports, address {lab.switch.mac}")

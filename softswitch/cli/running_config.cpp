@@ -15,6 +15,7 @@
 #include "softswitch/cli/settings.h"
 #include "softswitch/cli/words.h"
 #include "softswitch/control.h"
+#include "softswitch/log.h"
 
 namespace dhcp::softswitch::cli {
 namespace {
@@ -30,6 +31,18 @@ std::string global_lines(const SwitchControl& device) {
   if (!vlans.empty()) text += "vlan " + vlan_list_text(vlans) + "\n";
   if (device.mac_aging_time() != default_aging_time_s) {
     text += format("mac address-table aging-time %u\n", device.mac_aging_time());
+  }
+  return text;
+}
+
+/// Places whose severity is another than the program was started with.
+std::string log_setting_lines() {
+  constexpr const char* words[] = {"console", "syslog", "buffered"};
+  std::string text;
+  for (const LogPlace place : log_places) {
+    if (log_severity(place) == initial_log_severity(place)) continue;
+    text += std::string("logging ") + words[static_cast<size_t>(place)] + " " +
+            std::string(severity_name(log_severity(place))) + "\n";
   }
   return text;
 }
@@ -80,7 +93,7 @@ std::string module_lines(int (*save)(FILE*)) {
 
 std::string running_config() {
   const SwitchControl& device = switch_control();
-  std::string text = separator + global_lines(device) + separator;
+  std::string text = separator + global_lines(device) + log_setting_lines() + separator;
   for (uint32_t port = 1; port <= device.port_count(); ++port) text += port_lines(device.port(port).config);
   for (const VlanInterface& row : device.vlan_interfaces()) text += vlan_interface_lines(row);
   return text + module_lines(onu_dhcp_server_save) + module_lines(onu_dhcp_relay_save) +

@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include "softswitch/cli/pipe_filter.h"
+#include "softswitch/log.h"
 
 namespace dhcp::softswitch::cli {
 namespace {
@@ -13,6 +14,11 @@ std::mutex& one_command() {
 }
 
 bool is_submode(Mode mode) { return mode != Mode::exec && mode != Mode::configure; }
+
+/// Neither a command of the exec mode nor one that merely moves about.
+bool is_setting(const Command& command) {
+  return (command.modes & in(Mode::exec)) == 0 && command.modes != in_configuration;
+}
 
 Reply refused(std::string reason, size_t column) { return {false, {}, std::move(reason), column}; }
 
@@ -60,6 +66,10 @@ Reply Session::run_locked(std::string_view line) {
     const bool placed = fault->arg >= 0 && static_cast<size_t>(fault->arg) < match.arg_columns.size();
     return refused(fault->reason,
                    placed ? match.arg_columns[static_cast<size_t>(fault->arg)] + fault->offset : Reply::no_column);
+  }
+  if (!from_file_ && is_setting(*match.command)) {
+    const std::string_view words = line.substr(begin);
+    log_line(5, "configured: %.*s", static_cast<int>(words.size()), words.data());
   }
   return {true, apply_filter(filter, output_), {}, Reply::no_column};
 }

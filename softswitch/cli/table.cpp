@@ -6,11 +6,11 @@ namespace {
 std::vector<Command> join() {
   std::vector<Command> all;
   for (const auto part :
-       {session_commands(),   show_commands(),    capture_commands(), server_readouts(),    snooping_readouts(),
-        option82_readouts(),  relay_readouts(),   switch_commands(),  relay_commands(),     server_commands(),
-        snooping_commands(),  snooping4_only(),   snooping_clears(),  snooping6_commands(), snooping6_only(),
-        snooping6_readouts(), snooping6_clears(), guard_commands(),   relay6_commands(),    server6_commands(),
-        client6_commands(),   pool_commands(),    pool6_commands()}) {
+       {session_commands(),  show_commands(),      capture_commands(), log_commands(),    server_readouts(),
+        snooping_readouts(), option82_readouts(),  relay_readouts(),   switch_commands(), relay_commands(),
+        server_commands(),   snooping_commands(),  snooping4_only(),   snooping_clears(), snooping6_commands(),
+        snooping6_only(),    snooping6_readouts(), snooping6_clears(), guard_commands(),  relay6_commands(),
+        server6_commands(),  client6_commands(),   pool_commands(),    pool6_commands()}) {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;
@@ -36,6 +36,8 @@ constexpr KeywordHelp keyword_texts[] = {
     {"show ipv6 dhcp client", "The switch as a DHCPv6 client"},
     {"show mac", "Forwarding table"},
     {"show interfaces", "Ports and their counters"},
+    {"logging", "The log"},
+    {"no logging", "The log"},
     {"show monitor", "Capture of frames"},
     {"monitor", "Capture of frames"},
     {"no monitor", "Capture of frames"},

@@ -66,6 +66,7 @@ std::string_view keyword_help(std::string_view path);
 std::span<const Command> session_commands();
 std::span<const Command> show_commands();
 std::span<const Command> capture_commands();
+std::span<const Command> log_commands();
 std::span<const Command> server_readouts();
 std::span<const Command> switch_commands();
 std::span<const Command> server_commands();

@@ -6,6 +6,7 @@
 
 #include "softswitch/cli/words.h"
 #include "softswitch/control.h"
+#include "softswitch/log.h"
 
 namespace dhcp::softswitch::cli {
 namespace {
@@ -52,6 +53,7 @@ constexpr Placeholder placeholders[] = {
     {"PREFIX", Kind::prefix6, 0, 0, "IPv6 address and prefix length"},
     {"HEX", Kind::hex, 1, max_option_bytes, "value bytes, two hexadecimal digits each"},
     {"IFNAME", Kind::word, 1, 15, "name of a network interface"},
+    {"SEVERITY", Kind::severity, 0, 0, "emergencies, alerts, critical, errors, warnings, notifications, ..."},
     {"PATH", Kind::word, 1, 255, "whole path of a file, from /"},
     {"NAME", Kind::word, 1, 63, "host name: letters, digits, '-', '_', '.'"},
     {"DOMAIN", Kind::text, 1, 255, "domain name"},
@@ -77,6 +79,13 @@ Refused lease(std::string_view text, Value& out) {
   int32_t value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (error != std::errc() || end != text.data() + text.size()) return "a lease is a number of seconds";
+  out.number = static_cast<uint32_t>(value);
+  return {};
+}
+
+Refused severity(std::string_view text, Value& out) {
+  int value = 0;
+  if (!severity_of(text, value)) return "not a severity: 0 to 7, emergencies to debugging, or off";
   out.number = static_cast<uint32_t>(value);
   return {};
 }
@@ -217,6 +226,7 @@ std::string shape_of(const Placeholder& place) {
     case Kind::lifetime: return "SECONDS|infinity";
     case Kind::vlan_list: return "LIST";
     case Kind::hex: return "HEX";
+    case Kind::severity: return "<0-7>|off";
     case Kind::word: return "WORD";
     case Kind::text: return "LINE";
   }
@@ -240,6 +250,7 @@ std::optional<std::string> parse_value(const Placeholder& place, std::string_vie
     case Kind::vlan_list: return vlan_list(text, out);
     case Kind::hex: return hex(place, text, out);
     case Kind::lease: return lease(text, out);
+    case Kind::severity: return severity(text, out);
     case Kind::word:
     case Kind::text: return text_of_length(place, text);
   }

@@ -40,6 +40,7 @@ enum class Kind {
   vlan_list,
   hex,
   lease,
+  severity,
   word,
   text
 };
@@ -62,7 +63,7 @@ std::string shape_of(const Placeholder& place);
 /// A checked value. `text` is as typed; the other members are filled by kind.
 struct Value {
   std::string text;
-  uint32_t number = 0;  // number, port; address and mask in host order; lease (a signed number, cast); lifetime;
+  uint32_t number = 0;  // number, port; address and mask in host order; lease, severity (signed, cast); lifetime;
                         // end6: the prefix length, 0 = `ip6` is the last address
   std::array<uint8_t, 6> mac{};
   std::array<uint8_t, 16> ip6{};  // as on the wire

@@ -11,6 +11,7 @@
 #include "platform/security.h"
 #include "platform/sysmng.h"
 #include "platform/text.h"
+#include "softswitch/alarms.h"
 #include "softswitch/control.h"
 #include "softswitch/fabric.h"
 
@@ -66,6 +67,17 @@ TEST(Text, AddressesBothWaysAndNothingElse) {
     EXPECT_LT(strtoip6(bad, ip6), 0) << bad;
   EXPECT_STREQ(str_intf_id(3), "Gi3");
   EXPECT_STREQ(str_intf_id(0x10000001), "Ag1");
+}
+
+TEST(Alarms, AreToldOnceAMinuteWithAllThatCameMeanwhile) {
+  Alarms alarms;
+  EXPECT_EQ(alarms.grown("port 1", 0, 100), std::nullopt);
+  EXPECT_EQ(alarms.grown("port 1", 3, 101), 3);
+  EXPECT_EQ(alarms.grown("port 1", 5, 160), std::nullopt);
+  EXPECT_EQ(alarms.grown("port 2", 1, 160), 1) << "each for itself";
+  EXPECT_EQ(alarms.grown("port 1", 9, 161), 6);
+  EXPECT_EQ(alarms.grown("port 1", 9, 300), std::nullopt);
+  EXPECT_EQ(alarms.grown("port 1", 2, 301), 2) << "cleared meanwhile";
 }
 
 TEST(TemporaryFile, IsNewEachTime) {
