@@ -1,4 +1,6 @@
 /// The readouts of the switch itself.
+#include <sys/utsname.h>
+
 #include <ctime>
 
 #include "platform/text.h"
@@ -27,6 +29,9 @@ std::string uptime() {
 Outcome show_version(Session& session, const Args&) {
   session.say(format("%-18s %s\n", "Version", SOFTSWITCH_VERSION));
   session.say(format("%-18s %s\n", "Host name", hostname().c_str()));
+  utsname system{};
+  if (uname(&system) == 0)
+    session.say(format("%-18s %s %s %s\n", "Platform", system.sysname, system.release, system.machine));
   session.say(format("%-18s %s\n", "Uptime", uptime().c_str()));
   session.say(format("%-18s %s\n", "MAC address", switch_control().mac_address().c_str()));
   session.say(format("%-18s %u\n", "Physical ports", switch_control().port_count()));

@@ -10,7 +10,7 @@ std::vector<Command> join() {
         snooping_readouts(), option82_readouts(),  relay_readouts(),   switch_commands(), relay_commands(),
         server_commands(),   snooping_commands(),  snooping4_only(),   snooping_clears(), snooping6_commands(),
         snooping6_only(),    snooping6_readouts(), snooping6_clears(), guard_commands(),  relay6_commands(),
-        server6_commands(),  client6_commands(),   pool_commands(),    pool6_commands()}) {
+        server6_commands(),  client6_commands(),   pool_commands(),    tech_support(),    pool6_commands()}) {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;

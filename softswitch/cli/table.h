@@ -67,6 +67,7 @@ std::span<const Command> session_commands();
 std::span<const Command> show_commands();
 std::span<const Command> capture_commands();
 std::span<const Command> log_commands();
+std::span<const Command> tech_support();
 std::span<const Command> server_readouts();
 std::span<const Command> switch_commands();
 std::span<const Command> server_commands();

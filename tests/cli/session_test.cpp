@@ -101,6 +101,20 @@ TEST_F(SessionTest, WriteMemoryReplacesTheFileInOneStep) {
   EXPECT_THAT(refusal("show startup-config"), HasSubstr("nothing has been saved yet"));
 }
 
+TEST_F(SessionTest, TechSupportHoldsEveryReadoutThatTakesNoValue) {
+  type({"configure", "interface gigabitethernet 3", "device veth3", "end"});
+  const std::string all = type({"show tech-support"});
+  for (const char* line :
+       {"show vlan", "show running-config", "show ip dhcp binding", "show ipv6 dhcp relay statistics", "show logging",
+        "show monitor capture", "show tasks", "show interfaces gigabitethernet 3"}) {
+    const std::string shown = type({line});
+    EXPECT_THAT(all, HasSubstr(std::string(" ") + line + " ------------------\n\n" + shown)) << line;
+  }
+  EXPECT_THAT(all, HasSubstr("show startup-config ------------------\n\nnothing has been saved yet\n"));
+  EXPECT_THAT(all, Not(HasSubstr("show tech-support")));
+  EXPECT_THAT(all, Not(HasSubstr("gigabitethernet 4 --")));
+}
+
 TEST_F(SessionTest, TablesFitTheirContent) {
   fake().macs = {{10, {2, 0, 0, 0, 0, 0x51}, 3, 12}, {4094, {2, 0, 0, 0, 0, 0x52}, 10, 299}};
   EXPECT_EQ(type({"show mac address-table"}),
