@@ -5,6 +5,7 @@
 #include <initializer_list>
 
 #include "bench/options.h"
+#include "bench/sums.h"
 #include "packet/bytes.h"
 
 namespace dhcp::bench {
@@ -20,28 +21,6 @@ namespace udp = packet::udp;
 namespace {
 
 constexpr uint8_t type_discover = 1, type_request = 3, type_release = 7;
-
-/// One's-complement sum of a buffer of even length (RFC 1071), in memory order: eight bytes a step.
-uint64_t sum_of(const uint8_t* bytes, size_t size, uint64_t sum) {
-  for (; size >= 4; size -= 4, bytes += 4) {
-    uint32_t word;
-    memcpy(&word, bytes, 4);
-    sum += word;
-  }
-  if (size >= 2) {
-    uint16_t word;
-    memcpy(&word, bytes, 2);
-    sum += word;
-  }
-  return sum;
-}
-
-/// Folded and complemented, as it is stored in memory order.
-void put_sum(uint8_t* at, uint64_t sum) {
-  while (sum > 0xffff) sum = (sum & 0xffff) + (sum >> 16);
-  const auto complement = static_cast<uint16_t>(~sum);
-  memcpy(at, &complement, 2);
-}
 
 void put_checksums(uint8_t* frame) {
   uint8_t* ip = frame + frame_ip;

@@ -3,27 +3,38 @@
 #include <algorithm>
 
 #include "bench/clock.h"
+#include "bench/neighbour6.h"
 
 namespace dhcp::bench {
 
 namespace {
 
-constexpr uint8_t type_offer = 2, type_ack = 5, type_nak = 6;
 constexpr int64_t expiry_step_ns = 20'000'000;
 
 }  // namespace
 
-ExchangeLoad::ExchangeLoad(PacketPort& port, const LoadPlan& plan) : port_(port), plan_(plan) {
-  plan_.clients = std::clamp<uint32_t>(plan_.clients, 1, 0xffff);
+void Dhcp6::answer_question(PacketPort& port, std::span<const uint8_t> frame) {
+  const auto target = solicited(frame);
+  const auto mac = target ? client_at(*target) : std::nullopt;
+  if (!mac) return;
+  NeighbourFrame advertisement;
+  port.send(advertise_neighbour(frame, *mac, advertisement));
+  port.flush();
+}
+
+template <class Protocol>
+ExchangeLoad<Protocol>::ExchangeLoad(PacketPort& port, const LoadPlan& plan) : port_(port), plan_(plan) {
+  plan_.clients = std::clamp<uint32_t>(plan_.clients, 1, (1U << index_bits) - 1);
   plan_.window = std::clamp<uint32_t>(plan_.window, 1, plan_.clients);
   clients_.reserve(plan_.clients);
   for (uint32_t index = 0; index < plan_.clients; ++index) {
-    clients_.push_back({.frames = ClientFrames(client_mac(index)), .index = index});
+    clients_.push_back({.frames = typename Protocol::Frames(client_mac(index)), .index = index});
     idle_.push_back(index);
   }
 }
 
-LoadResult ExchangeLoad::run() {
+template <class Protocol>
+LoadResult ExchangeLoad<Protocol>::run() {
   start_ = now_ns();
   next_expiry_ = start_ + expiry_step_ns;
   const auto stop = start_ + static_cast<int64_t>(plan_.seconds * static_cast<double>(second_ns));
@@ -37,7 +48,11 @@ LoadResult ExchangeLoad::run() {
     if (port_.front().empty()) port_.wait(time_to_next(now));
     now = now_ns();
     for (auto frame = port_.front(); !frame.empty(); frame = port_.front()) {
-      if (const auto answer = read_answer(frame)) take(*answer, now);
+      if (const auto answer = Protocol::read(frame)) {
+        take(*answer, now);
+      } else {
+        Protocol::answer_question(port_, frame);
+      }
       port_.release();
     }
     if (now >= next_expiry_) expire(now);
@@ -48,7 +63,8 @@ LoadResult ExchangeLoad::run() {
   return std::move(result_);
 }
 
-void ExchangeLoad::begin_due(int64_t now) {
+template <class Protocol>
+void ExchangeLoad<Protocol>::begin_due(int64_t now) {
   uint64_t due = plan_.window > in_flight_ ? plan_.window - in_flight_ : 0;
   if (plan_.rate > 0) {
     const double elapsed = static_cast<double>(now - start_) / static_cast<double>(second_ns);
@@ -63,7 +79,8 @@ void ExchangeLoad::begin_due(int64_t now) {
   }
 }
 
-void ExchangeLoad::begin(Client& client, int64_t now) {
+template <class Protocol>
+void ExchangeLoad<Protocol>::begin(Client& client, int64_t now) {
   ++client.round;
   client.phase = Phase::discovering;
   client.begun = client.sent = now;
@@ -72,46 +89,51 @@ void ExchangeLoad::begin(Client& client, int64_t now) {
   port_.send(client.frames.discover(client.xid()));
 }
 
-void ExchangeLoad::take(const Answer& answer, int64_t now) {
-  const uint32_t index = answer.xid & 0xffff;
+template <class Protocol>
+void ExchangeLoad<Protocol>::take(const Reply& answer, int64_t now) {
+  const uint32_t index = answer.xid % (1U << index_bits);
   if (index >= clients_.size() || clients_[index].xid() != answer.xid) return;
   Client& client = clients_[index];
-  if (client.phase == Phase::discovering && answer.type == type_offer) {
+  if (client.phase == Phase::discovering && answer.type == Protocol::offer) {
     take_offer(client, answer, now);
-  } else if (client.phase == Phase::requesting && answer.type == type_ack) {
+  } else if (client.phase == Phase::requesting && answer.type == Protocol::ack) {
     take_ack(client, answer, now);
-  } else if (client.phase == Phase::requesting && answer.type == type_nak) {
+  } else if (answer.type == Protocol::refusal) {
     ++result_.naks;
     end(client);
   }
 }
 
-void ExchangeLoad::take_offer(Client& client, const Answer& answer, int64_t now) {
+template <class Protocol>
+void ExchangeLoad<Protocol>::take_offer(Client& client, const Reply& answer, int64_t now) {
   client.offer = answer;
   client.phase = Phase::requesting;
   client.sent = now;
   port_.send(client.frames.request(client.xid(), answer));
 }
 
-void ExchangeLoad::take_ack(Client& client, const Answer& answer, int64_t now) {
+template <class Protocol>
+void ExchangeLoad<Protocol>::take_ack(Client& client, const Reply& answer, int64_t now) {
   if (answer.address != client.offer.address || answer.server != client.offer.server) ++result_.wrong;
   ++result_.completed;
   result_.latency.add(now - client.begun);
   client.held = answer.address;
   if (plan_.release) {
     port_.send(client.frames.release(client.xid(), answer));
-    client.held = 0;
+    client.held = {};
   }
   end(client);
 }
 
-void ExchangeLoad::end(Client& client) {
+template <class Protocol>
+void ExchangeLoad<Protocol>::end(Client& client) {
   client.phase = Phase::idle;
   --in_flight_;
   idle_.push_back(client.index);
 }
 
-void ExchangeLoad::expire(int64_t now) {
+template <class Protocol>
+void ExchangeLoad<Protocol>::expire(int64_t now) {
   next_expiry_ = now + expiry_step_ns;
   const int64_t oldest = now - int64_t{plan_.timeout_ms} * 1'000'000;
   for (Client& client : clients_) {
@@ -121,7 +143,8 @@ void ExchangeLoad::expire(int64_t now) {
   }
 }
 
-int64_t ExchangeLoad::time_to_next(int64_t now) const {
+template <class Protocol>
+int64_t ExchangeLoad<Protocol>::time_to_next(int64_t now) const {
   int64_t wake = next_expiry_;
   if (plan_.rate > 0 && !idle_.empty()) {
     const double due = static_cast<double>(result_.begun) / plan_.rate * static_cast<double>(second_ns);
@@ -130,15 +153,19 @@ int64_t ExchangeLoad::time_to_next(int64_t now) const {
   return wake - now;
 }
 
-void ExchangeLoad::count_addresses() {
-  std::vector<uint32_t> held;
+template <class Protocol>
+void ExchangeLoad<Protocol>::count_addresses() {
+  std::vector<Address> held;
   for (const Client& client : clients_) {
-    if (client.held != 0) held.push_back(client.held);
+    if (client.held != Address{}) held.push_back(client.held);
   }
   result_.clients_served = static_cast<uint32_t>(held.size());
   std::sort(held.begin(), held.end());
   held.erase(std::unique(held.begin(), held.end()), held.end());
   result_.addresses = static_cast<uint32_t>(held.size());
 }
+
+template class ExchangeLoad<Dhcp4>;
+template class ExchangeLoad<Dhcp6>;
 
 }  // namespace dhcp::bench

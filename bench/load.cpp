@@ -25,6 +25,7 @@ constexpr double longest_s = 600;
 struct Options {
   std::string ifname, mode = "load";
   LoadPlan plan;
+  bool ipv6 = false;
 };
 
 double cpu_seconds() {
@@ -39,7 +40,7 @@ double cpu_seconds() {
 int usage() {
   fputs(
       "usage: dhcp_load --iface IF [--clients 400] [--window 32] [--rate PER_SECOND] [--seconds 5]\n"
-      "                 [--exchanges N] [--timeout-ms 1000] [--release]   DHCP exchanges\n"
+      "                 [--exchanges N] [--timeout-ms 1000] [--release] [--ipv6]   DHCP or DHCPv6 exchanges\n"
       "       dhcp_load --iface IF --echo [--window 32] [--seconds 5]     frames to a reflector and back\n"
       "       dhcp_load --iface IF --reflect [--seconds 5]                the reflector\n",
       stderr);
@@ -55,6 +56,7 @@ bool read_options(int argc, char** argv, Options& out) {
                                  {"exchanges", required_argument, nullptr, 'n'},
                                  {"timeout-ms", required_argument, nullptr, 't'},
                                  {"release", no_argument, nullptr, 'R'},
+                                 {"ipv6", no_argument, nullptr, '6'},
                                  {"echo", no_argument, nullptr, 'e'},
                                  {"reflect", no_argument, nullptr, 'f'},
                                  {nullptr, 0, nullptr, 0}};
@@ -69,12 +71,18 @@ bool read_options(int argc, char** argv, Options& out) {
       case 'n': out.plan.exchanges = strtoull(optarg, nullptr, 10); break;
       case 't': out.plan.timeout_ms = number(); break;
       case 'R': out.plan.release = true; break;
+      case '6': out.ipv6 = true; break;
       case 'e': out.mode = "echo"; break;
       case 'f': out.mode = "reflect"; break;
       default: return false;
     }
   }
   return !out.ifname.empty() && optind == argc;
+}
+
+uint16_t ethertype(const Options& options) {
+  if (options.mode != "load") return dhcp::bench::echo_ethertype;
+  return options.ipv6 ? dhcp::bench::Dhcp6::ethertype : dhcp::bench::Dhcp4::ethertype;
 }
 
 void print_load(dhcp::bench::LoadResult& r, const PacketPort& port) {
@@ -93,6 +101,12 @@ void print_load(dhcp::bench::LoadResult& r, const PacketPort& port) {
       static_cast<unsigned long long>(port.overrun()));
 }
 
+template <class Protocol>
+void load(PacketPort& port, const LoadPlan& plan) {
+  auto result = dhcp::bench::ExchangeLoad<Protocol>(port, plan).run();
+  print_load(result, port);
+}
+
 void print_echo(dhcp::bench::EchoResult& r) {
   printf(
       "{\"sent\": %llu, \"returned\": %llu, \"seconds\": %.3f, \"per_second\": %.1f,\n"
@@ -108,16 +122,14 @@ int main(int argc, char** argv) {
   if (!read_options(argc, argv, options)) return usage();
   signal(SIGTERM, [](int) { stop_asked = 1; });
   signal(SIGINT, [](int) { stop_asked = 1; });
-  constexpr uint16_t ipv4 = 0x0800;
   PacketPort port;
   std::string error;
-  if (!port.open(options.ifname, options.mode == "load" ? ipv4 : dhcp::bench::echo_ethertype, error)) {
+  if (!port.open(options.ifname, ethertype(options), error)) {
     fprintf(stderr, "dhcp_load: %s\n", error.c_str());
     return 1;
   }
   if (options.mode == "load") {
-    auto result = dhcp::bench::ExchangeLoad(port, options.plan).run();
-    print_load(result, port);
+    options.ipv6 ? load<dhcp::bench::Dhcp6>(port, options.plan) : load<dhcp::bench::Dhcp4>(port, options.plan);
   } else if (options.mode == "echo") {
     auto result = dhcp::bench::echo(port, options.plan.window, options.plan.seconds);
     print_echo(result);

@@ -13,8 +13,8 @@
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
 #include "module/module.h"
-#include "module/own_mac.h"
 #include "packet/bytes.h"
+#include "packet/nic.h"
 #include "platform/adp.h"
 
 namespace dhcp::module {
@@ -48,7 +48,7 @@ bool to_mac_of(const char* ifname, const skpack& skp) {
   // Clients mostly broadcast, and no interface has a group address: nothing to ask the system for.
   const auto destination = base::MacAddress::from(skp.data);
   if (destination.is_group()) return false;
-  return read_own_mac(ifname) == destination;
+  return packet::own_mac(ifname) == destination;
 }
 
 /// The client's interface is this one, whatever the relay's is called.

@@ -7,7 +7,7 @@
 #include "base/guard.h"
 #include "base/task_loop.h"
 #include "module/module.h"
-#include "module/own_mac.h"
+#include "packet/nic.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ int dhcpr_task_init() { return 0; }
 void routine_cleanup_dhcp(void* queue) {
   printf("%s equeue_close \n", __func__);
   equeue_close(static_cast<equeue_t*>(queue));
-  dhcp::module::close_own_mac_query();
+  dhcp::packet::close_own_nic();
 }
 
 int dhcpr_task_entry(ModuleTaskEntry* row) {

@@ -8,12 +8,14 @@ check_packages="$demo_packages clang clang-format clang-tidy libclang-rt-14-dev
   kea-admin tcpdump ethtool procps git"
 
 coverage_packages="$check_packages gcovr"
+bench_packages="$check_packages isc-dhcp-server linux-perf"
 
-# install_packages demo|check|coverage: installs what is missing, or says how when it may not.
+# install_packages demo|check|coverage|bench: installs what is missing, or says how when it may not.
 install_packages() {
   case $1 in
     demo) _wanted=$demo_packages ;;
     coverage) _wanted=$coverage_packages ;;
+    bench) _wanted=$bench_packages ;;
     *) _wanted=$check_packages ;;
   esac
   if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
@@ -51,7 +53,7 @@ install_quietly() {
   [ $_ours = no ] || rm -f $_policy
   for _package in "$@"; do
     case $_package in
-      kea-dhcp4-server | kea-dhcp6-server | isc-dhcp-relay)
+      kea-dhcp4-server | kea-dhcp6-server | isc-dhcp-relay | isc-dhcp-server)
         ! command -v systemctl >/dev/null || systemctl disable --quiet "$_package" || true
         ;;
     esac

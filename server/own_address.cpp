@@ -4,8 +4,8 @@
 
 #include "base/log.h"
 #include "base/text.h"
-#include "dhcp/packet.h"
 #include "dhcp/server.h"
+#include "packet/nic.h"
 #include "platform/sysmng.h"
 
 namespace dhcp::server {
@@ -27,7 +27,7 @@ int dhcp_get_nic_addr(int vid, uint32_t* ip_out, uint8_t* mac_out) {
   char ifname[16];
   snprintf(ifname, sizeof ifname, "%s.%d", "eth0", vid);
   uint32_t wire_ip = 0;
-  const int result = get_nic_address(ifname, ip_out != nullptr ? &wire_ip : nullptr, mac_out);
+  const int result = dhcp::packet::own_nic(ifname, ip_out != nullptr ? &wire_ip : nullptr, mac_out);
   if (ip_out != nullptr) *ip_out = dhcp::base::host_from_network(wire_ip);
   return result;
 }

@@ -10,6 +10,7 @@
 #include "base/list.h"
 #include "dhcp/binding.h"
 #include "dhcp/server.h"
+#include "packet/nic.h"
 #include "tests/fake/device.h"
 #include "tests/unit/wire.h"
 
@@ -33,7 +34,10 @@ using wire::mac_number;
 /// A fresh device for every test.
 class DeviceBench : public ::testing::Test {
  protected:
-  void SetUp() override { fake::reset(); }
+  void SetUp() override {
+    fake::reset();
+    dhcp::packet::close_own_nic();
+  }
   void at(uint32_t seconds) { device().now = start + seconds; }
   /// What a display function leaves in its temporary file; `a` and 7 are passed on to it.
   static std::string shown(int (*show)(char*, int, int), int a = 0);
