@@ -106,11 +106,15 @@ bool run(const Options& options, Background& background) {
   return true;
 }
 
+/// What can be told without running; "" when that is not asked for.
+std::string tell(std::string_view word) { return word == "--print-commands" ? cli::command_reference() : about(word); }
+
 }  // namespace
 
 int main(int count, char** words) {
-  if (count == 2 && std::string_view(words[1]) == "--print-commands") {
-    return std::fputs(cli::command_reference().c_str(), stdout) < 0 ? 1 : 0;
+  if (count == 2) {
+    const std::string told = tell(words[1]);
+    if (!told.empty()) return std::fputs(told.c_str(), stdout) < 0 ? 1 : 0;
   }
   const auto options = read_options(count, words);
   if (!options) return 2;

@@ -17,14 +17,17 @@ constexpr uint32_t fewest_ports = 1, most_ports_of_device = 26;  // the module c
 constexpr const char* usage =
     "usage: softswitch --config FILE --socket PATH [--state DIR] [--foreground] [--ports N]\n"
     "                  [--mac ADDRESS] [--log-level N]\n"
-    "       softswitch --print-commands\n"
+    "       softswitch --help | --version | --print-commands\n"
     "  --config FILE    configuration, as `show running-config` prints it\n"
     "  --socket PATH    where switchctl reaches the command line\n"
     "  --state DIR      where bindings are kept over a restart (/var/config)\n"
     "  --foreground     stay, and log to standard error\n"
     "  --ports N        physical ports, 1 to 26 (26)\n"
     "  --mac ADDRESS    the switch's own address (derived from the socket's path)\n"
-    "  --log-level N    0 to 7, as in syslog (6)\n";
+    "  --log-level N    0 to 7, as in syslog (6)\n"
+    "  --help           print this\n"
+    "  --version        print the version\n"
+    "  --print-commands print the reference of all commands\n";
 
 bool read_number(const char* text, uint32_t low, uint32_t high, uint32_t& out) {
   const char* const end = text + std::strlen(text);
@@ -50,6 +53,12 @@ bool take(int option, Options& options) {
 }
 
 }  // namespace
+
+std::string about(std::string_view word) {
+  if (word == "--help") return usage;
+  if (word == "--version") return "softswitch " SOFTSWITCH_VERSION "\n";
+  return {};
+}
 
 std::optional<Options> read_options(int count, char** words) {
   static const option known[] = {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace dhcp::softswitch {
 
@@ -16,6 +17,9 @@ struct Options {
   int log_level = 6;
   std::optional<std::array<uint8_t, 6>> mac;
 };
+
+/// What the program tells about itself at this word, its usage or its version; "" at any other one.
+std::string about(std::string_view word);
 
 /// Nothing when the command line is wrong; standard error has been told then.
 std::optional<Options> read_options(int count, char** words);

@@ -20,6 +20,7 @@ namespace {
 
 constexpr char usage[] =
     "usage: switchctl --socket PATH [-c 'command']...\n"
+    "       switchctl --help | --version\n"
     "Without -c: a terminal, or commands from standard input, one a line, up to the first that is refused.\n"
     "On a terminal Ctrl-C discards the line and Ctrl-\\ ends the program.\n";
 
@@ -27,6 +28,13 @@ struct Options {
   std::string socket;
   std::vector<std::string> commands;
 };
+
+/// What is told at the program's only word; null when that is another one.
+const char* about(std::string_view word) {
+  if (word == "--help") return usage;
+  if (word == "--version") return "switchctl " SOFTSWITCH_VERSION "\n";
+  return nullptr;
+}
 
 struct Answer {
   bool accepted = false;
@@ -186,6 +194,8 @@ int terminal(int fd) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  const char* const told = argc == 2 ? about(argv[1]) : nullptr;
+  if (told != nullptr) return std::fputs(told, stdout) < 0 ? 1 : 0;
   const auto options = parse_options(argc, argv);
   if (!options) {
     std::fputs(usage, stderr);
