@@ -28,8 +28,8 @@ intf_order_node* new_port_node(uint32_t ifindex) {
   return reinterpret_cast<intf_order_node*>(node);
 }
 
-/// Makes a list of the interfaces at positions 1 .. `last`; `count` becomes the number of elements. Null when there is
-/// no memory for the list; an element that cannot be made is left out.
+/// Makes a list of the interfaces at positions 1 .. `last`; `count` becomes the number of elements. Null, and 0, when
+/// there is not memory for all of them: a port that is left out would be a stranger to its service for good.
 template <class Node>
 intf_order_list* fill_port_list(uint32_t last, uint32_t (*interface)(uint32_t), int32_t& count) {
   count = 0;
@@ -37,7 +37,11 @@ intf_order_list* fill_port_list(uint32_t last, uint32_t (*interface)(uint32_t), 
   if (list == nullptr) return nullptr;
   for (uint32_t i = 1; i <= last; ++i) {
     intf_order_node* node = new_port_node<Node>(interface(i));
-    if (node == nullptr) continue;
+    if (node == nullptr) {
+      intf_order_list_free_node(list);
+      count = 0;
+      return nullptr;
+    }
     if (intf_order_list_add_node(list, node) == 0) {
       ++count;
     } else {

@@ -16,10 +16,16 @@ void link_record(List& list, Record* record) {
   ++list.count;
 }
 
+/// Takes the record off the list; it is the caller's then.
 template <class List, class Record>
-void free_record(List& list, Record* record) {
+void unlink_record(List& list, Record* record) {
   list_unlink(record->link);
   --list.count;
+}
+
+template <class List, class Record>
+void free_record(List& list, Record* record) {
+  unlink_record(list, record);
   delete record;
 }
 

@@ -16,6 +16,8 @@ enum WriteMode { write_never = 0, write_cyclic = 1, write_once = 2 };
 
 template <class Traits>
 class Database {
+  using Entry = typename Traits::Entry;
+
  public:
   constexpr Database(const Table<Traits>& table, FilePaths device_places)
       : table_(table), device_places_(device_places) {}
@@ -24,25 +26,42 @@ class Database {
   void restart() {
     file_.forget();
     cycle_.reset();
-    changed_ = false;
+    changed_ = unread_ = false;
   }
 
   /// Bindings have entered since the last write.
   void set_changed() { changed_ = true; }
 
-  int write() { return file_.write(table_, paths()); }
+  /// A file of which lines are still to be read is not written over: that counts as a failure.
+  int write() {
+    if (!unread_) return file_.write(table_, paths());
+    file_.count_write_failure();
+    return 0;
+  }
 
-  /// Hands every line to `take` as a new, bound entry. False = there is no file.
+  /// Hands every line to `take` as a new, bound entry. After a reading that was cut short the next one brings what was
+  /// left out: clients that have a binding by then keep it.
   template <class Take>
-  bool read(Take take) {
-    return file_.read(paths().path, take);
+  FileRead read(Take take) {
+    const FileRead result = file_.read(paths().path, [&](Entry* entry) {
+      if (unread_ && table_.find(entry->mac) != nullptr) {
+        delete entry;
+      } else {
+        take(entry);
+      }
+    });
+    unread_ = result == FileRead::cut_short;
+    return result;
   }
   template <class Take>
   void read(FILE* stream, Take take) {
     file_.read(stream, take);
   }
 
-  void remove() { ::remove(paths().path); }
+  void remove() {
+    ::remove(paths().path);
+    unread_ = false;
+  }
 
   /// To be called every two seconds: writes once an interval what has changed.
   void cycle(int32_t enabled, int32_t interval_s) {
@@ -101,7 +120,7 @@ class Database {
   }
 
   void write_now() {
-    changed_ = false;
+    changed_ = unread_ && changed_;
     write();
   }
 
@@ -111,6 +130,7 @@ class Database {
   File<Table<Traits>, Traits> file_;
   CycleClock cycle_;
   bool changed_ = false;
+  bool unread_ = false;  // some lines of the file are not in the table yet
 };
 
 }  // namespace dhcp::binding

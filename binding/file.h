@@ -28,6 +28,12 @@ struct FileHistory {
   uint32_t skipped;  // lines of the last read that were no whole binding
 };
 
+enum class FileRead {
+  absent,
+  whole,
+  cut_short,  // for some lines there was no memory
+};
+
 /// Calls `take(line)` for each line of the stream, a longer one in pieces of at most `longest` characters.
 template <size_t longest, class Take>
 void each_line(FILE* stream, Take take) {
@@ -64,28 +70,33 @@ class File {
   }
 
   /// Hands every line to `take` as a new entry, bound from now on, with what the line gave. Nothing is rejected: a line
-  /// that is no binding is counted, and its entry holds what could be read of it. False = there is no file.
+  /// that is no binding is counted, and its entry holds what could be read of it.
   template <class Take>
-  bool read(const char* path, Take take) {
+  FileRead read(const char* path, Take take) {
     const std::unique_ptr<FILE, int (*)(FILE*)> stream(fopen(path, "re"), fclose);
-    if (stream == nullptr) return false;
-    read(stream.get(), take);
-    return true;
+    return stream != nullptr ? read(stream.get(), take) : FileRead::absent;
   }
 
   template <class Take>
-  void read(FILE* stream, Take take) {
+  FileRead read(FILE* stream, Take take) {
     history_.loaded = history_.skipped = 0;
     history_.last_read = base::now32();
+    FileRead result = FileRead::whole;
     each_line<Traits::longest_line>(stream, [&](const char* line) {
       auto* entry = new (std::nothrow) Entry{};
-      if (entry == nullptr) return;
+      if (entry == nullptr) {
+        result = FileRead::cut_short;
+        return;
+      }
       ++(Traits::parse(line, *entry) ? history_.loaded : history_.skipped);
       entry->state = bound;
       entry->time = static_cast<int32_t>(base::now32());
       take(entry);
     });
+    return result;
   }
+
+  void count_write_failure() { ++history_.write_failures; }
 
   const FileHistory& history() const { return history_; }
   void forget() { history_ = {}; }

@@ -29,11 +29,12 @@ class Interfaces {
   constexpr Interfaces(intf_order_list*& list, int32_t& count, std::atomic<uint32_t>& busy)
       : list_(list), count_(count), busy_(busy) {}
 
-  /// Fills the list: `make_list(count)` is one of base/port_list.h.
+  /// Fills the list: `make_list(count)` is one of base/port_list.h. False when there is no memory for it.
   template <class MakeList>
-  void make(MakeList make_list) const {
+  bool make(MakeList make_list) const {
     const base::BusyGuard busy(busy_);
     list_ = make_list(count_);
+    return list_ != nullptr;
   }
 
   void free_all() const {

@@ -32,9 +32,10 @@ void pass() {
 
 }  // namespace dhcp::client6
 
+/// Without its list of ports the client would have nowhere to ask.
 int dhcp6c_task_init() {
   dhcp6c_init();
-  return 0;
+  return dhcpc6_golbal_config.ports != nullptr ? 0 : -1;
 }
 
 int dhcp6c_task_entry(ModuleTaskEntry* row) { return dhcp::client6::task.run(row, dhcp::client6::cycle); }

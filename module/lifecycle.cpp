@@ -51,6 +51,18 @@ bool open_raw_socket() {
   return false;
 }
 
+/// What the services begin with; each says so by the list or buffer that it has.
+bool begin_services() {
+  init_DHCPR_cfg();
+  init_DHCPS_cfg();
+  init_dhcp6_relay_cfg();
+  init_DHCP6S_cfg();
+  if (dhcpr_cfg.port_list != nullptr && dhcps_cfg.ports != nullptr && gDhcp6Relay.port_list != nullptr) return true;
+  exit_DHCPR_cfg();
+  exit_dhcp6_relay_cfg();
+  return false;
+}
+
 }  // namespace
 
 int dhcp_module_init() {
@@ -62,11 +74,10 @@ int dhcp_module_init() {
     return -1;
   }
   mq_unlink(stale_queue);
-  init_DHCPR_cfg();
-  init_DHCPS_cfg();
-  init_dhcp6_relay_cfg();
-  init_DHCP6S_cfg();
-  return 0;
+  if (begin_services()) return 0;
+  close_socket();
+  release_buffer();
+  return -1;
 }
 
 int dhcp_module_start() {

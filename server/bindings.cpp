@@ -13,13 +13,15 @@
 
 namespace dhcp::server {
 
-namespace {
-
-/// A binding as it is allocated: the record, and what the indexes need.
+/// The record, and what the indexes need.
 struct BindingNode : DhcpBinding {
   base::Chain<BindingNode> by_ip, by_client;
   uint64_t born = 0;  // order of creation
 };
+
+void FreeNode::operator()(BindingNode* node) const { delete node; }
+
+namespace {
 
 struct Indexes {
   base::ChainTable<BindingNode, &BindingNode::by_ip> by_ip;
@@ -63,6 +65,16 @@ void fill(DhcpBinding& binding, const ClientKey& key, uint32_t xid, uint32_t poo
   binding.state = DHCPS_OFFERED;
 }
 
+/// Takes a binding out of the list and the indexes. The caller holds the bindings' word.
+SpareNode take_off(DhcpBinding& binding, DhcpPool& pool) {
+  BindingNode& node = node_of(binding);
+  unindex(node);
+  base::unlink_record(dhcps_cfg.bindings, &node);
+  --pool.binding_count;
+  address_released(node.ip);
+  return SpareNode(&node);
+}
+
 /// Deletes the bindings that `matches` accepts, under the bindings' word; null pool = the binding's own, by its id.
 template <class Match>
 void delete_bindings(DhcpPool* pool, Match matches) {
@@ -74,19 +86,28 @@ void delete_bindings(DhcpPool* pool, Match matches) {
 
 }  // namespace
 
-DhcpBinding* add_binding(const ClientKey& key, uint32_t xid, DhcpPool& pool, uint32_t ip) {
+SpareNode take_back(const ClientKey& key, DhcpPool& pool) {
+  const base::BusyGuard busy(dhcps_cfg.bindings.busy);
+  DhcpBinding* binding = find_binding(key, pool.pool_id, 0);
+  return binding != nullptr ? take_off(*binding, pool) : nullptr;
+}
+
+uint32_t address_of(const BindingNode& node) { return node.ip; }
+
+DhcpBinding* add_binding(const ClientKey& key, uint32_t xid, DhcpPool& pool, uint32_t ip, SpareNode spare) {
   constexpr const char* function = "dhcp_add_binding";
   if (dhcps_cfg.bindings.count >= DHCPS_MAX_BINDINGS) {
     DHCP_LOG_FROM(function, __LINE__, 7, base::module_frame, "dhcpc", "[%s:%d]reach max dhcp binding count %d limit\n",
                   function, __LINE__, int{DHCPS_MAX_BINDINGS});
     return nullptr;
   }
-  auto* node = new (std::nothrow) BindingNode{};
+  BindingNode* node = spare != nullptr ? spare.release() : new (std::nothrow) BindingNode;
   if (node == nullptr) {
     DHCP_LOG_FROM(function, __LINE__, 7, base::module_frame, "dhcpc", "[%s:%d]malloc failed for dhcp binding!\n",
                   function, __LINE__);
     return nullptr;
   }
+  *node = {};
   fill(*node, key, xid, pool.pool_id, ip);
   const base::BusyGuard busy(dhcps_cfg.bindings.busy);
   link_record(dhcps_cfg.bindings, node);
@@ -147,12 +168,7 @@ DhcpBinding* dhcp_get_binding(skpack* skp, uint32_t pool_id, uint32_t ip) {
 int dhcp_delete_binding(DhcpBinding* binding, DhcpPool* pool) {
   if (pool == nullptr) pool = dhcp_get_pool_by_id(binding->pool_id);
   if (pool == nullptr) return -1;
-  server::BindingNode& node = server::node_of(*binding);
-  const uint32_t ip = node.ip;
-  server::unindex(node);
-  server::free_record(dhcps_cfg.bindings, &node);
-  --pool->binding_count;
-  server::address_released(ip);
+  server::take_off(*binding, *pool);
   return 0;
 }
 

@@ -1,4 +1,6 @@
 /// What the server does with each message of a client (RFC 2131 section 4.3).
+#include <utility>
+
 #include "base/log.h"
 #include "base/os.h"
 #include "packet/egress.h"
@@ -23,17 +25,6 @@ constexpr const char* speaker = "dhcp_server_packet_process";
 #define SAY_AT(text, ...) SAY("dhcpc", "[%s:%d]" text, speaker, __LINE__ __VA_OPT__(, ) __VA_ARGS__)
 #define SAY_AT_SPACED(name, text) SAY(name, "[%s : %d]" text, speaker, __LINE__)
 
-/// Takes back what the client holds in the pool, offer or lease. Its address, or 0 when there was none.
-uint32_t take_back(const ClientKey& key, DhcpPool& pool) {
-  const base::BusyGuard busy(dhcps_cfg.bindings.busy);
-  DhcpBinding* binding = find_binding(key, pool.pool_id, 0);
-  if (binding == nullptr) return 0;
-  const uint32_t ip = binding->ip;
-  SAY_AT("delete binding pool_id[%d]\n", static_cast<int>(pool.pool_id));
-  dhcp_delete_binding(binding, &pool);
-  return ip;
-}
-
 /// Gives up the client's binding of `ip`, when it has one; 0 = the newest of the pool.
 void drop_binding(const ClientKey& key, DhcpPool& pool, uint32_t ip) {
   const base::BusyGuard busy(dhcps_cfg.bindings.busy);
@@ -44,8 +35,9 @@ void drop_binding(const ClientKey& key, DhcpPool& pool, uint32_t ip) {
 int on_discover(Request& request, DhcpPool& pool, DhcpStaticHost* host) {
   SAY_AT("Receive dhcp discover message\n");
   const ClientKey key = request.key();
-  const uint32_t held = take_back(key, pool);
-  const uint32_t wanted = request.requested_ip().value_or(held);
+  SpareNode held = take_back(key, pool);
+  if (held != nullptr) SAY_AT("delete binding pool_id[%d]\n", static_cast<int>(pool.pool_id));
+  const uint32_t wanted = request.requested_ip().value_or(held != nullptr ? address_of(*held) : 0);
 
   SAY_AT("select ip address\n");
   const uint32_t ip = dhcp_select_ip_addr(&pool, host, wanted);
@@ -54,7 +46,7 @@ int on_discover(Request& request, DhcpPool& pool, DhcpStaticHost* host) {
     return ignored;
   }
   SAY_AT("add binding\n");
-  DhcpBinding* binding = add_binding(key, request.message().xid(), pool, ip);
+  DhcpBinding* binding = add_binding(key, request.message().xid(), pool, ip, std::move(held));
   if (binding == nullptr) return ignored;
   SAY_AT("send offer\n");
   if (send_offer(request, pool, ip) == 0) return handled;

@@ -8,12 +8,14 @@
 
 namespace dhcp::server6 {
 
-namespace {
-
-/// A binding as it is allocated: the record, and its places in the indexes.
+/// The record, and its places in the indexes.
 struct BindingNode : Dhcp6Binding {
   base::Chain<BindingNode> by_ip, by_client;
 };
+
+void FreeNode::operator()(BindingNode* node) const { delete node; }
+
+namespace {
 
 struct Indexes {
   base::ChainTable<BindingNode, &BindingNode::by_ip> by_ip;
@@ -42,6 +44,17 @@ void fill(Dhcp6Binding& binding, ClientId client, uint32_t pool_id, const Ip6& i
   binding.state = DHCP6S_OFFERED;
 }
 
+/// The caller holds the bindings' word.
+SpareNode take_off(Dhcp6Binding& binding) {
+  auto& node = static_cast<BindingNode&>(binding);
+  if (Dhcp6Pool* pool = dhcp6_get_pool_by_id(node.pool_id)) --pool->binding_count;
+  indexes.by_ip.remove(node);
+  indexes.by_client.remove(node);
+  base::unlink_record(dhcp6s_cfg.bindings, &node);
+  address_released(Ip6::from(node.ip6));
+  return SpareNode(&node);
+}
+
 }  // namespace
 
 Dhcp6Binding* find_binding(ClientId client, const Dhcp6Pool& pool, const Ip6* ip) {
@@ -52,14 +65,31 @@ Dhcp6Binding* find_binding(ClientId client, const Dhcp6Pool& pool, const Ip6* ip
   });
 }
 
-void delete_binding(Dhcp6Binding& binding) {
-  auto& node = static_cast<BindingNode&>(binding);
-  const Ip6 ip = Ip6::from(node.ip6);
-  if (Dhcp6Pool* pool = dhcp6_get_pool_by_id(node.pool_id)) --pool->binding_count;
-  indexes.by_ip.remove(node);
-  indexes.by_client.remove(node);
-  base::free_record(dhcp6s_cfg.bindings, &node);
-  address_released(ip);
+void delete_binding(Dhcp6Binding& binding) { take_off(binding); }
+
+SpareNode take_back(ClientId client, const Dhcp6Pool& pool) {
+  const base::BusyGuard busy(dhcp6s_cfg.bindings.busy);
+  Dhcp6Binding* binding = find_binding(client, pool, nullptr);
+  return binding != nullptr ? take_off(*binding) : nullptr;
+}
+
+Ip6 address_of(const BindingNode& node) { return Ip6::from(node.ip6); }
+
+Dhcp6Binding* add_binding(ClientId client, Dhcp6Pool& pool, const Ip6& ip, SpareNode spare) {
+  if (dhcp6s_cfg.bindings.count >= DHCP6S_MAX_BINDINGS) return nullptr;
+  BindingNode* node = spare != nullptr ? spare.release() : new (std::nothrow) BindingNode;
+  if (node == nullptr) {
+    fprintf(stderr, "malloc failed for dhcp6 binding!\n");
+    return nullptr;
+  }
+  *node = {};
+  fill(*node, cut(client), pool.pool_id, ip);
+  const base::BusyGuard busy(dhcp6s_cfg.bindings.busy);
+  base::link_record(dhcp6s_cfg.bindings, node);
+  ++pool.binding_count;
+  indexes.by_ip.insert(*node, ip.hash());
+  indexes.by_client.insert(*node, client_hash(client_of(*node)));
+  return node;
 }
 
 bool bound(const Ip6& ip) {
@@ -85,18 +115,6 @@ Dhcp6Binding* dhcp6_get_binding(const uint8_t* client_id, int len, Dhcp6Pool* po
 }
 
 Dhcp6Binding* dhcp6_add_binding(const uint8_t* client_id, int len, Dhcp6Pool* pool, const uint8_t ip6[16]) {
-  if (len < 0 || dhcp6s_cfg.bindings.count >= DHCP6S_MAX_BINDINGS) return nullptr;
-  auto* node = new (std::nothrow) BindingNode{};
-  if (node == nullptr) {
-    fprintf(stderr, "malloc failed for dhcp6 binding!\n");
-    return nullptr;
-  }
-  const Ip6 ip = Ip6::from(ip6);
-  fill(*node, cut({client_id, static_cast<size_t>(len)}), pool->pool_id, ip);
-  const dhcp::base::BusyGuard busy(dhcp6s_cfg.bindings.busy);
-  dhcp::base::link_record(dhcp6s_cfg.bindings, node);
-  ++pool->binding_count;
-  indexes.by_ip.insert(*node, ip.hash());
-  indexes.by_client.insert(*node, client_hash(client_of(*node)));
-  return node;
+  if (len < 0) return nullptr;
+  return add_binding({client_id, static_cast<size_t>(len)}, *pool, Ip6::from(ip6));
 }

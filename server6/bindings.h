@@ -5,6 +5,7 @@
 /// place; client, pool and address may not.
 #pragma once
 
+#include <memory>
 #include <span>
 
 #include "server6/server6.h"
@@ -21,6 +22,23 @@ using ClientId = std::span<const uint8_t>;
 
 /// As dhcp6_get_binding(). The caller holds the bindings' word.
 Dhcp6Binding* find_binding(ClientId client, const Dhcp6Pool& pool, const Ip6* ip);
+
+/// A binding as it is allocated.
+struct BindingNode;
+struct FreeNode {
+  void operator()(BindingNode* node) const;
+};
+/// The memory of a binding that has been taken back, for the client's next one: nobody loses a lease to ask for it anew
+/// and then finds that there is no memory.
+using SpareNode = std::unique_ptr<BindingNode, FreeNode>;
+
+/// Takes the client's newest binding in the pool off the list; null when there is none. Takes the bindings' word.
+SpareNode take_back(ClientId client, const Dhcp6Pool& pool);
+/// The address that a binding held.
+Ip6 address_of(const BindingNode& node);
+
+/// As dhcp6_add_binding(), in the memory of `spare` where there is one.
+Dhcp6Binding* add_binding(ClientId client, Dhcp6Pool& pool, const Ip6& ip, SpareNode spare = nullptr);
 
 /// Takes a binding off the list and frees it. The caller holds the bindings' word.
 void delete_binding(Dhcp6Binding& binding);

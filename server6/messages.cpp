@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "base/log.h"
 #include "base/os.h"
@@ -64,28 +65,17 @@ void renew(Dhcp6Binding& binding, const Dhcp6Pool& pool) {
   binding.state = DHCP6S_BOUND;
 }
 
-/// Takes back what the client holds in the pool. Its address, when it had one.
-std::optional<Ip6> take_back(const Question& question) {
-  const base::BusyGuard busy(dhcp6s_cfg.bindings.busy);
-  Dhcp6Binding* binding = find_binding(question.client, question.pool, nullptr);
-  if (binding == nullptr) return std::nullopt;
-  const Ip6 ip = Ip6::from(binding->ip6);
-  delete_binding(*binding);
-  return ip;
-}
-
 Dhcp6ServerVerdict on_solicit(Question& question) {
   if (question.names_server) return DHCP6S_SERVER_ID;
-  const auto held = take_back(question);
-  const auto wanted = question.address ? question.address : held;
+  SpareNode held = take_back(question.client, question.pool);
+  const auto wanted = question.address || held == nullptr ? question.address : std::optional(address_of(*held));
   Ip6 ip;
   if (dhcp6_select_ip_addr(&question.pool, question.host, wanted ? wanted->bytes.data() : nullptr, ip.bytes.data()) <
       0) {
     return DHCP6S_NO_FREE_ADDRESS;
   }
   // First the binding, so that no address is promised that cannot be kept.
-  Dhcp6Binding* binding = dhcp6_add_binding(question.client.data(), static_cast<int>(question.client.size()),
-                                            &question.pool, ip.bytes.data());
+  Dhcp6Binding* binding = add_binding(question.client, question.pool, ip, std::move(held));
   if (binding == nullptr) return DHCP6S_NO_FREE_ADDRESS;
   if (send_answer(question.request, {MessageType6::advertise, &question.pool, &ip})) return DHCP6S_ADVERTISED;
   const base::BusyGuard busy(dhcp6s_cfg.bindings.busy);

@@ -1,5 +1,6 @@
 #include "snooping/database.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "base/log.h"
@@ -16,8 +17,16 @@ constexpr const char* log_name = "DHCPS_writeflash";
 binding::Database<BindingRules> database(bindings,
                                          {"/var/config/dhcp_snoop_table.ini", "/var/tmp/dhcp_snoop_table.ini"});
 
+/// A binding that goes takes the verify entry of its MAC along; one that only makes room for its saved copy does not.
+void keep_verify_entry(const uint8_t* mac) {
+  bindings.each_in_bucket(binding::mac_bucket(mac), [mac](MacBindStruct& binding) {
+    if (std::equal(mac, mac + sizeof binding.mac, binding.mac)) binding.verify = nullptr;
+  });
+}
+
 /// A binding from the file: whatever holds exactly its place goes, and no limit of the table holds.
 void take_in(MacBindStruct* entry) {
+  keep_verify_entry(entry->mac);
   dhcp_snoop_binds_clear_ip_mac_vlan_intf(entry->ip, entry->mac, entry->vlan, entry->intf);
   bindings.add(*entry);
   binding::note_lease(g_dhcp_snooping.min_lease, entry->lease);
@@ -49,10 +58,7 @@ using namespace dhcp::snooping;
 
 int write_dhcp_snoop_to_flash() { return database.write(); }
 
-int read_dhcp_snoop_from_flash() {
-  database.read(take_in);
-  return 0;
-}
+int read_dhcp_snoop_from_flash() { return database.read(take_in) == dhcp::binding::FileRead::cut_short ? -1 : 0; }
 
 void cycle_write_bind_flash() {
   database.cycle(g_dhcp_snooping.writeflash_enable, g_dhcp_snooping.writeflash_interval);

@@ -90,9 +90,10 @@ bool snooping_on() { return g_dhcp_snooping.enable.load() != 0; }
 int init_dhcp_snooping() {
   using namespace dhcp::snooping;
   const SnoopingLock lock;
+  ready.store(false);
   tear_down();
   set_defaults();
-  interfaces.make(dhcp::base::make_port_list<IntfNode>);
+  if (!interfaces.make(dhcp::base::make_port_list<IntfNode>)) return -1;
   g_dhcp_snooping.raw_socket = dhcp::base::open_idle_packet_socket();
   ready.store(true);
   DHCP_LOG_AT(dhcp::base::module_service, "DHCPS_init", "dhcp snooping init over");

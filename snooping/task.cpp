@@ -15,10 +15,17 @@ constexpr uint32_t period_us = 2000000, wait_for_begin_us = 1000000;
 
 base::TaskLoop task;
 
-void restore() {
+/// Which families' saved bindings are back. A file for which memory is short is read again in the next round, before
+/// anything is written over it.
+struct Restored {
+  bool ip4 = false, ip6 = false;
+};
+
+void restore(Restored& done) {
+  if (done.ip4 && done.ip6) return;
   const SnoopingLock lock;
-  read_dhcp_snoop_from_flash();
-  read_dhcp6_snoop_from_flash();
+  if (!done.ip4) done.ip4 = read_dhcp_snoop_from_flash() == 0;
+  if (!done.ip6) done.ip6 = read_dhcp6_snoop_from_flash() == 0;
 }
 
 /// The whole round is under the lock, so nothing is aged or written while a frame is looked at.
@@ -36,18 +43,17 @@ void round() {
 }  // namespace dhcp::snooping
 
 int snoop_task_init() {
-  if (!dhcp::snooping::initialised()) init_dhcp_snooping();
-  if (!dhcp::snooping6::initialised()) init_dhcp6_snooping();
+  if (!dhcp::snooping::initialised() && init_dhcp_snooping() != 0) return -1;
+  if (!dhcp::snooping6::initialised() && init_dhcp6_snooping() != 0) return -1;
   return 0;
 }
 
 int snoop_task_entry(ModuleTaskEntry* row) {
   using namespace dhcp::snooping;
-  bool restored = false;
-  return task.run(row, [&restored] {
+  Restored done;
+  return task.run(row, [&done] {
     if (!initialised()) return dhcp::base::os.sleep_us(wait_for_begin_us);
-    if (!restored) restore();
-    restored = true;
+    restore(done);
     dhcp::base::os.sleep_us(period_us);
     round();
   });

@@ -62,7 +62,11 @@ int write_dhcp6_snoop_to_flash() {
 
 int read_dhcp6_snoop_from_flash() {
   const Lock lock;
-  if (database.read(take_in)) database.remove();
+  switch (database.read(take_in)) {
+    case dhcp::binding::FileRead::whole: database.remove(); return 0;
+    case dhcp::binding::FileRead::cut_short: return -1;
+    case dhcp::binding::FileRead::absent: break;
+  }
   return 0;
 }
 

@@ -56,9 +56,10 @@ using namespace dhcp::snooping6;
 
 int init_dhcp6_snooping() {
   const Lock lock;
+  ready.store(false);
   tear_down();
   set_defaults();
-  interfaces.make(dhcp::base::make_physical_port_list<Interface>);
+  if (!interfaces.make(dhcp::base::make_physical_port_list<Interface>)) return -1;
   ready.store(true);
   DHCP_LOG_AT(dhcp::base::module_frame, log_name, "init,dhcpv6 snooping init over");
   return 0;

@@ -89,7 +89,7 @@ struct DhcpSnoopConfig {
 DHCP_API extern struct DhcpSnoopConfig g_dhcp_snooping;
 
 /* Life and lock. */
-DHCP_API int init_dhcp_snooping(void);
+DHCP_API int init_dhcp_snooping(void); /* -1 = no memory for the interfaces: not begun */
 DHCP_API int exit_dhcp_snooping(void);
 DHCP_API int dhcp_snooping_mutex_lock_func(void);
 DHCP_API int dhcp_snooping_mutex_unlock_func(void);
@@ -151,6 +151,8 @@ DHCP_API int dhcp_snooping_snyc_add_to_igsp(void);
 
 /* The binding file; for the first three the caller holds the lock. */
 DHCP_API int write_dhcp_snoop_to_flash(void);
+/** -1 = memory was short: what has come so far is there, nothing is written over the file, and the next call brings the
+    rest. */
 DHCP_API int read_dhcp_snoop_from_flash(void);
 DHCP_API void cycle_write_bind_flash(void);
 DHCP_API int set_dhcp_snoop_writeflash(int mode, int interval_s); /* takes the lock */

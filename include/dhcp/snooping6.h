@@ -57,7 +57,7 @@ struct Dhcp6SnoopConfig {
 DHCP_API extern struct Dhcp6SnoopConfig g_dhcp6_snooping;
 
 /* Life. The "snoop" task of IPv4 snooping begins it when the host has not. */
-DHCP_API int init_dhcp6_snooping(void);
+DHCP_API int init_dhcp6_snooping(void); /* -1 = no memory for the interfaces: not begun */
 DHCP_API int exit_dhcp6_snooping(void);
 
 /* The frame's door: -1 = finished (dropped, or sent by snooping), 0 = goes on to relay and server. */
@@ -80,7 +80,9 @@ DHCP_API void timer_dhcp6_snoop(void);
 
 /* The binding file. */
 DHCP_API int write_dhcp6_snoop_to_flash(void);
-DHCP_API int read_dhcp6_snoop_from_flash(void); /* the file is gone afterwards */
+/** The file is gone afterwards. -1 = memory was short: what has come so far is there, the file stays as it is, and the
+    next call brings the rest. */
+DHCP_API int read_dhcp6_snoop_from_flash(void);
 DHCP_API void cycle_write_dhcp6_bind_flash(void);
 /** `mode` 1 = every `interval_s` seconds, 0 = no more, and the file goes, 2 = now; others do nothing. */
 DHCP_API int set_dhcp6_snoop_writeflash(int mode, int interval_s);

@@ -152,7 +152,14 @@ Device& device();
 /// A new device, and the module's clock, sleep and sockets turned to it.
 void reset();
 
-/// Makes the next `count` allocations by new(std::nothrow) fail, after letting `after` succeed.
+/// Makes the next `count` allocations of the module fail, after letting `after` succeed.
 void fail_allocations(int count, int after = 0);
+
+/// Allocations that the module has asked for and been refused since the program began, and its blocks not freed yet.
+struct Allocations {
+  uint64_t asked, refused;
+  size_t live;
+};
+Allocations allocations();
 
 }  // namespace fake

@@ -39,7 +39,7 @@ TEST_F(Relay6Tables, DestinationsAreAddedUpdatedAndRemoved) {
   EXPECT_EQ(add("2001:db8:20::5", 7), 0) << "an update needs no room";
   EXPECT_EQ(remove("2001:db8:20::f"), 0);
   EXPECT_EQ(remove("2001:db8:20::1"), 0);
-  fake::fail_allocations(1, 1);
+  fake::fail_allocations(1);
   EXPECT_EQ(add("2001:db8:20::f"), -1) << "no memory";
   fake::fail_allocations(0);
   EXPECT_EQ(add("2001:db8:20::f"), 0);

@@ -85,7 +85,7 @@ TEST_F(RelayConfig, HelperAddressesAnswerByTheRules) {
   EXPECT_EQ(listed().back(), std::pair(server_ip, 1));
   EXPECT_EQ(DHCPR_get_dhcp_server_ip(nullptr, nullptr), -1);
   DHCPR_set_dhcp_serverip(0, server_ip);
-  fake::fail_allocations(1, 1);  // the first is the device's VLAN list
+  fake::fail_allocations(1);
   EXPECT_EQ(DHCPR_set_dhcp_serverip(1, server_ip), -1);
 }
 

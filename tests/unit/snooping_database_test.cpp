@@ -150,8 +150,12 @@ TEST_F(SnoopingDatabase, FullDiskAndMissingFilesChangeNothing) {
   EXPECT_EQ(get_mac_bind_entry_count(), 0);
   write_file(table_path(), "02:aa:00:00:00:01,600,10,3,0,3232235786\n02:aa:00:00:00:02,600,10,3,0,3232235787\n");
   fake::fail_allocations(1);
-  read_dhcp_snoop_from_flash();
-  EXPECT_EQ(get_mac_bind_entry_count(), 1) << "a line without memory is left out";
+  EXPECT_EQ(read_dhcp_snoop_from_flash(), -1);
+  EXPECT_EQ(get_mac_bind_entry_count(), 1) << "the line without memory is still to come";
+  EXPECT_EQ(write_dhcp_snoop_to_flash(), 0);
+  EXPECT_EQ(history().write_failures, 1u) << "and nothing is written over it";
+  EXPECT_EQ(read_dhcp_snoop_from_flash(), 0);
+  EXPECT_EQ(get_mac_bind_entry_count(), 2);
   rlimit before{};
   getrlimit(RLIMIT_FSIZE, &before);
   const rlimit ten_bytes{10, before.rlim_max};
@@ -160,7 +164,7 @@ TEST_F(SnoopingDatabase, FullDiskAndMissingFilesChangeNothing) {
   EXPECT_EQ(write_dhcp_snoop_to_flash(), 0);
   setrlimit(RLIMIT_FSIZE, &before);
   signal(SIGXFSZ, handler);
-  EXPECT_EQ(history().write_failures, 1u);
+  EXPECT_EQ(history().write_failures, 2u);
   EXPECT_NE(read_file(table_path()).find("00:01,"), std::string::npos);
 }
 
