@@ -1,6 +1,6 @@
 # The Debian packages that building, the lab and the checks need. Sourced by ./demo and ./check.
 
-demo_packages="g++ cmake ninja-build libcli-dev
+demo_packages="g++ cmake ninja-build libcli-dev nlohmann-json3-dev
   python3 python3-scapy tshark isc-dhcp-client dhcpcd-base dnsmasq-base kea-dhcp4-server kea-dhcp6-server
   isc-dhcp-relay nftables iproute2 util-linux"
 check_packages="$demo_packages clang clang-format clang-tidy libclang-rt-14-dev

@@ -19,14 +19,16 @@
 namespace {
 
 constexpr char usage[] =
-    "usage: switchctl --socket PATH [-c 'command']...\n"
+    "usage: switchctl --socket PATH [--json] [-c 'command']...\n"
     "       switchctl --help | --version\n"
     "Without -c: a terminal, or commands from standard input, one a line, up to the first that is refused.\n"
+    "--json: what a command says is one line of JSON (not on a terminal).\n"
     "On a terminal Ctrl-C discards the line and Ctrl-\\ ends the program.\n";
 
 struct Options {
   std::string socket;
   std::vector<std::string> commands;
+  bool json = false;
 };
 
 /// What is told at the program's only word; null when that is another one.
@@ -43,17 +45,19 @@ struct Answer {
 
 std::optional<Options> parse_options(int argc, char** argv) {
   Options options;
-  for (int i = 1; i + 1 < argc; i += 2) {
+  for (int i = 1; i < argc; ++i) {
     const std::string_view name = argv[i];
-    if (name == "--socket") {
-      options.socket = argv[i + 1];
-    } else if (name == "-c") {
-      options.commands.emplace_back(argv[i + 1]);
+    if (name == "--json") {
+      options.json = true;
+    } else if (name == "--socket" && i + 1 < argc) {
+      options.socket = argv[++i];
+    } else if (name == "-c" && i + 1 < argc) {
+      options.commands.emplace_back(argv[++i]);
     } else {
       return {};
     }
   }
-  if (argc % 2 == 0 || options.socket.empty()) return {};
+  if (options.socket.empty()) return {};
   return options;
 }
 
@@ -126,7 +130,7 @@ bool run_script(int fd, FILE* from) {
 
 int batch(int fd, const Options& options) {
   FILE* from = fdopen(dup(fd), "r");
-  const bool good = from != nullptr && send_all(fd, "batch\n") &&
+  const bool good = from != nullptr && send_all(fd, options.json ? "batch json\n" : "batch\n") &&
                     (options.commands.empty() ? run_script(fd, from) : run_commands(fd, from, options.commands));
   if (from != nullptr) std::fclose(from);
   return good ? 0 : 1;
@@ -197,7 +201,8 @@ int main(int argc, char** argv) {
   const char* const told = argc == 2 ? about(argv[1]) : nullptr;
   if (told != nullptr) return std::fputs(told, stdout) < 0 ? 1 : 0;
   const auto options = parse_options(argc, argv);
-  if (!options) {
+  const bool at_terminal = options && options->commands.empty() && isatty(STDIN_FILENO) != 0;
+  if (!options || (at_terminal && options->json)) {
     std::fputs(usage, stderr);
     return 2;
   }
@@ -207,7 +212,7 @@ int main(int argc, char** argv) {
                  std::strerror(errno));
     return 1;
   }
-  const int status = options->commands.empty() && isatty(STDIN_FILENO) != 0 ? terminal(fd) : batch(fd, *options);
+  const int status = at_terminal ? terminal(fd) : batch(fd, *options);
   close(fd);
   return status;
 }

@@ -17,30 +17,34 @@ Outcome start(Session&, const Args& args) {
 
 Outcome stop(Session&, const Args&) { return outcome(switch_control().stop_capture()); }
 
-std::string state_of(const CaptureStatus& status) {
+Cell state_of(const CaptureStatus& status) {
   switch (status.state) {
     case CaptureState::none: return "none";
     case CaptureState::running: return "running";
     case CaptureState::ended: return "ended";
-    case CaptureState::full: return "ended, the file has reached its limit";
-    case CaptureState::failed: return "ended, " + status.failure;
+    case CaptureState::full: return {"full", "ended, the file has reached its limit"};
+    case CaptureState::failed: return {"failed", "ended, " + status.failure};
   }
-  return {};
+  return none();
 }
 
-Outcome show(Session& session, const Args&) {
+Outcome show(Readout& out, const Args&) {
   const CaptureStatus status = switch_control().capture();
-  const auto row = [&](const char* name, const std::string& value) {
-    session.say(format("%-16s %s\n", name, value.c_str()));
-  };
-  row("State", state_of(status));
-  if (status.state == CaptureState::none) return {};
-  row("File", status.request.path);
-  row("Ports", status.request.port == 0 ? "all" : str_intf_id(status.request.port));
-  row("Frames", status.request.dhcp ? "DHCP" : "all");
-  row("Captured", std::to_string(status.frames) + " frames");
-  row("Lost, no room", std::to_string(status.lost) + " frames");
-  row("Size", std::to_string(status.size) + " of at most " + std::to_string(status.request.limit) + " bytes");
+  const auto& [path, port, dhcp, limit] = status.request;
+  const bool any = status.state != CaptureState::none;
+  const auto frames = [](uint64_t count) { return Cell(count, std::to_string(count) + " frames"); };
+  Settings settings(16);
+  settings.row("state", "State", state_of(status));
+  settings.set("failure", status.state == CaptureState::failed ? Json(status.failure) : Json());
+  settings.row("file", any ? "File" : "", word_or_none(path));
+  settings.row("port", any ? "Ports" : "", port == 0 ? none("all") : str_intf_id(port));
+  settings.row("dhcp", any ? "Frames" : "", {dhcp, dhcp ? "DHCP" : "all"});
+  settings.row("captured", any ? "Captured" : "", frames(status.frames));
+  settings.row("lost", any ? "Lost, no room" : "", frames(status.lost));
+  settings.row("size", any ? "Size" : "",
+               {status.size, std::to_string(status.size) + " of at most " + std::to_string(limit) + " bytes"});
+  settings.set("limit", limit);
+  out.add(settings);
   return {};
 }
 

@@ -46,11 +46,13 @@ Outcome no_lease(Session& session, const Args&) {
 
 // --- Readouts
 
-std::string span_of(uint32_t seconds) { return seconds == 0xffffffff ? "infinite" : std::to_string(seconds) + " s"; }
+Cell span_of(uint32_t seconds) {
+  return {seconds, seconds == infinite_time ? "infinite" : std::to_string(seconds) + " s"};
+}
 
-std::string in_time(uint32_t seconds) {
-  if (seconds == 0xffffffff) return "never";
-  return seconds == 0 ? "now" : "in " + std::to_string(seconds) + " s";
+Cell in_time(uint32_t seconds) {
+  if (seconds == infinite_time) return {seconds, "never"};
+  return {seconds, seconds == 0 ? "now" : "in " + std::to_string(seconds) + " s"};
 }
 
 std::string hexadecimal(const uint8_t* bytes, size_t size) {
@@ -59,52 +61,71 @@ std::string hexadecimal(const uint8_t* bytes, size_t size) {
   return text;
 }
 
-void say_row(Session& session, const char* label, const std::string& value) {
-  session.say(format("  %-20s %s\n", label, value.c_str()));
-}
-
-void say_server(Session& session, const Dhcp6cInterface& row) {
-  if (row.server_duid_len == 0) return;
+void add_server(Settings& settings, const Dhcp6cInterface& row) {
+  const bool known = row.server_duid_len != 0;
   char mac[18];
-  say_row(session, "Server", ip6_text(row.server_ip6) + ", MAC " + onu_mac2str(row.server_mac, mac));
-  say_row(session, "Server's DUID", hexadecimal(row.server_duid, row.server_duid_len));
-  for (int i = 0; i < row.dns_count; ++i) say_row(session, "DNS server", ip6_text(row.dns[i]));
-}
-
-void say_lease(Session& session, const Dhcp6cInterface& row) {
-  if (row.has_address == 0) return;
-  const char* const place = row.installed != 0 ? "" : ", offered";
-  say_row(session, "Address", ip6_text(row.address) + format("/%u", row.prefix_len) + place);
-  say_row(session, "Preferred lifetime", span_of(row.preferred_lifetime));
-  say_row(session, "Valid lifetime", span_of(row.valid_lifetime == 0 ? 0xffffffff : row.valid_lifetime));
-  say_row(session, "T1, T2", span_of(row.t1) + ", " + span_of(row.t2));
-  if (row.installed == 0) return;
-  if (row.state == DHCPC6_BOUND) say_row(session, "Renews", in_time(row.renew_in));
-  if (row.state == DHCPC6_BOUND || row.state == DHCPC6_RENEW) say_row(session, "Rebinds", in_time(row.rebind_in));
-  say_row(session, "Expires", in_time(row.expires_in));
-}
-
-Outcome show_interfaces(Session& session, const Args&) {
-  for (const Dhcp6cInterface& row : client6_interfaces()) {
-    session.say(format("vlan %u is %s\n", row.vlan, dhcp6c_state_name(row.state)));
-    say_row(session, "IAID", std::to_string(row.iaid));
-    say_lease(session, row);
-    say_server(session, row);
+  const char* const label = known ? "Server" : "";
+  settings.row("", label, ip6_text(row.server_ip6) + ", MAC " + onu_mac2str(row.server_mac, mac));
+  settings.set("server", known ? Json(ip6_text(row.server_ip6)) : Json());
+  settings.set("server_mac", known ? Json(mac) : Json());
+  settings.row("server_duid", known ? "Server's DUID" : "",
+               word_or_none(hexadecimal(row.server_duid, row.server_duid_len)));
+  Json dns = Json::array();
+  for (int i = 0; i < row.dns_count; ++i) {
+    settings.row("", known ? "DNS server" : "", ip6_text(row.dns[i]));
+    dns.push_back(ip6_text(row.dns[i]));
   }
+  settings.set("dns_servers", dns);
+}
+
+/// What is known of the lease; a row that does not apply now is null for programs and left out for people.
+void add_lease(Settings& settings, const Dhcp6cInterface& row) {
+  const auto row_if = [&](bool applies, const char* key, const char* label, const Cell& cell) {
+    settings.row(key, applies ? label : "", applies ? cell : none());
+  };
+  const bool leased = row.has_address != 0, installed = leased && row.installed != 0;
+  const std::string address = ip6_text(row.address) + format("/%u", row.prefix_len);
+  row_if(leased, "address", "Address", {address, installed ? address : address + ", offered"});
+  settings.set("installed", installed);
+  row_if(leased, "preferred_lifetime", "Preferred lifetime", span_of(row.preferred_lifetime));
+  row_if(leased, "valid_lifetime", "Valid lifetime",
+         span_of(row.valid_lifetime == 0 ? infinite_time : row.valid_lifetime));
+  row_if(leased, "", "T1, T2", span_of(row.t1).text + ", " + span_of(row.t2).text);
+  row_if(leased, "t1", "", row.t1);
+  row_if(leased, "t2", "", row.t2);
+  const bool bound = installed && row.state == DHCPC6_BOUND;
+  row_if(bound, "renews_in", "Renews", in_time(row.renew_in));
+  row_if(bound || (installed && row.state == DHCPC6_RENEW), "rebinds_in", "Rebinds", in_time(row.rebind_in));
+  row_if(installed, "expires_in", "Expires", in_time(row.expires_in));
+}
+
+Outcome show_interfaces(Readout& out, const Args&) {
+  std::vector<Settings> list;
+  for (const Dhcp6cInterface& row : client6_interfaces()) {
+    Settings settings(20, "  ");
+    settings.say(format("vlan %u is %s\n", row.vlan, dhcp6c_state_name(row.state)));
+    settings.set("vlan", row.vlan);
+    settings.set("state", dhcp6c_state_name(row.state));
+    settings.row("iaid", "IAID", row.iaid);
+    add_lease(settings, row);
+    add_server(settings, row);
+    list.push_back(std::move(settings));
+  }
+  out.add(list);
   return {};
 }
 
-Outcome show_statistics(Session& session, const Args&) {
+Outcome show_statistics(Readout& out, const Args&) {
   constexpr const char* types[] = {"", "SOLICIT", "", "REQUEST", "", "RENEW", "REBIND", "", "RELEASE"};
   Dhcp6cCounters counters{};
   dhcp6c_get_counters(&counters);
-  TextTable table({{"Received or sent"}, {"Messages", Align::right}});
+  Table table({{"what", "Received or sent"}, {"messages", "Messages", Align::right}});
   for (int verdict = 0; verdict < DHCP6C_VERDICTS; ++verdict)
-    table.add({dhcp6c_verdict_name(static_cast<Dhcp6cVerdict>(verdict)), std::to_string(counters.received[verdict])});
+    table.add({dhcp6c_verdict_name(static_cast<Dhcp6cVerdict>(verdict)), counters.received[verdict]});
   for (size_t type = 0; type < std::size(types); ++type)
-    if (*types[type] != '\0') table.add({format("%s sent", types[type]), std::to_string(counters.sent[type])});
-  table.add({"not sent", std::to_string(counters.not_sent)});
-  session.say(table.text());
+    if (*types[type] != '\0') table.add({format("%s sent", types[type]), counters.sent[type]});
+  table.add({"not sent", counters.not_sent});
+  out.add(table);
   return {};
 }
 

@@ -23,6 +23,7 @@ Form take_apart(const Command& command, std::string_view form, bool undo) {
   Form out{&command, undo, {}};
   if (undo) out.words.push_back({"no", nullptr, false, false});
   for (const Word& word : split_words(form)) out.words.push_back(form_word(word.text));
+  if (command.show != nullptr) out.words.push_back({"json", nullptr, true, false});
   return out;
 }
 

@@ -15,7 +15,7 @@ struct FormWord {
 struct Form {
   const Command* command = nullptr;
   bool undo = false;
-  std::vector<FormWord> words;
+  std::vector<FormWord> words;  // a readout's last one is "json", which may be left out
 };
 
 /// The forms that a mode takes.

@@ -1,6 +1,7 @@
 /// IP source guard for IPv4 and IPv6, ARP checking and the hosts of IGMP snooping: switches, readouts, clearing.
 #include "dhcp/snooping.h"
 #include "platform/text.h"
+#include "softswitch/cli/readout.h"
 #include "softswitch/cli/session.h"
 
 namespace dhcp::softswitch::cli {
@@ -27,32 +28,27 @@ Outcome arp_check_off(Session& session, const Args&) {
 
 // --- Readouts
 
-std::string number(uint64_t value) { return std::to_string(value); }
-
 /// The ports on which the guard is on, with what it has seen.
-void say_counters(Session& session, GuardKind kind, bool PortConfig::*on) {
+Table counters(GuardKind kind, bool PortConfig::*on) {
   const auto right = Align::right;
   const bool arp = kind == GuardKind::arp;
-  std::vector<TextTable::Column> columns = {{"Port"},
-                                            {"Passed", right},
-                                            {"Dropped", right},
-                                            {"Unknown address", right},
-                                            {"Other MAC", right},
-                                            {arp ? "Other sender" : "Other VLAN", right},
-                                            {"Malformed", right}};
-  TextTable table(std::move(columns));
+  Table table({{"port", "Port"},
+               {"passed", "Passed", right},
+               {"dropped", "Dropped", right},
+               {"unknown_address", "Unknown address", right},
+               {"other_mac", "Other MAC", right},
+               {arp ? "other_sender" : "other_vlan", arp ? "Other sender" : "Other VLAN", right},
+               {"malformed", "Malformed", right}});
   for (uint32_t port = 1; port <= switch_control().port_count(); ++port) {
     if (!(switch_control().port(port).config.*on)) continue;
-    const GuardCounters counters = switch_control().guard_counters(port);
-    const GuardCounters::Counts& counts = counters.of(kind);
+    const GuardCounters::Counts counts = switch_control().guard_counters(port).of(kind);
     uint64_t dropped = 0;
     for (const uint64_t count : counts.dropped) dropped += count;
-    const auto of = [&](GuardDrop reason) { return number(counts.dropped[static_cast<size_t>(reason)]); };
-    table.add({str_intf_id(port), number(counts.passed), number(dropped), of(GuardDrop::unknown),
-               of(GuardDrop::other_mac), of(arp ? GuardDrop::other_sender : GuardDrop::other_vlan),
-               of(GuardDrop::malformed)});
+    const auto of = [&](GuardDrop reason) { return counts.dropped[static_cast<size_t>(reason)]; };
+    table.add({str_intf_id(port), counts.passed, dropped, of(GuardDrop::unknown), of(GuardDrop::other_mac),
+               of(arp ? GuardDrop::other_sender : GuardDrop::other_vlan), of(GuardDrop::malformed)});
   }
-  session.say(table.text());
+  return table;
 }
 
 template <class Host>
@@ -65,37 +61,42 @@ std::string address_text(const KnownHost6& host) { return ip6_text(host.ip6.data
 
 /// Hosts with their VLAN and lease; those on ports for which `shown` says no are left out.
 template <class Host, class Shown>
-void say_hosts(Session& session, const char* address_title, const std::vector<Host>& hosts, Shown shown) {
-  TextTable table({{"Port"}, {address_title}, {"MAC address"}, {"VLAN", Align::right}, {"Lease, s", Align::right}});
+Table hosts_table(const char* address_key, const char* address_title, const std::vector<Host>& hosts, Shown shown) {
+  Table table({{"port", "Port"},
+               {address_key, address_title},
+               {"mac", "MAC address"},
+               {"vlan", "VLAN", Align::right},
+               {"lease", "Lease, s", Align::right}});
   for (const Host& host : hosts) {
     if (!shown(host.intf)) continue;
-    table.add({str_intf_id(host.intf), address_text(host), mac_text(host), std::to_string(host.vlan),
-               std::to_string(host.lease)});
+    table.add({str_intf_id(host.intf), address_text(host), mac_text(host), host.vlan, lifetime(host.lease)});
   }
-  session.say(table.text());
+  return table;
 }
 
 bool on_port(uint32_t intf, bool PortConfig::*guarded) { return switch_control().port(intf).config.*guarded; }
 
-Outcome show_source_guard(Session& session, const Args&) {
-  say_counters(session, GuardKind::source, &PortConfig::source_guard);
-  session.say("\n");
-  say_hosts(session, "IP address", switch_control().hosts(HostList::source_guard),
-            [](uint32_t intf) { return on_port(intf, &PortConfig::source_guard); });
+Outcome show_source_guard(Readout& out, const Args&) {
+  out.add(counters(GuardKind::source, &PortConfig::source_guard), "ports");
+  out.say("\n");
+  out.add(hosts_table("ip", "IP address", switch_control().hosts(HostList::source_guard),
+                      [](uint32_t intf) { return on_port(intf, &PortConfig::source_guard); }),
+          "hosts");
   return {};
 }
 
-Outcome show_source_guard6(Session& session, const Args&) {
-  say_counters(session, GuardKind::source6, &PortConfig::source_guard6);
-  session.say("\n");
-  say_hosts(session, "IPv6 address", switch_control().hosts6(),
-            [](uint32_t intf) { return on_port(intf, &PortConfig::source_guard6); });
+Outcome show_source_guard6(Readout& out, const Args&) {
+  out.add(counters(GuardKind::source6, &PortConfig::source_guard6), "ports");
+  out.say("\n");
+  out.add(hosts_table("ipv6", "IPv6 address", switch_control().hosts6(),
+                      [](uint32_t intf) { return on_port(intf, &PortConfig::source_guard6); }),
+          "hosts");
   return {};
 }
 
-Outcome show_arp_check(Session& session, const Args&) {
-  say_counters(session, GuardKind::arp, &PortConfig::arp_check);
-  TextTable table({{"Port"}, {"IP address"}, {"MAC address"}, {"Entry"}, {"From"}});
+Outcome show_arp_check(Readout& out, const Args&) {
+  out.add(counters(GuardKind::arp, &PortConfig::arp_check), "ports");
+  Table table({{"port", "Port"}, {"ip", "IP address"}, {"mac", "MAC address"}, {"entry", "Entry"}, {"from", "From"}});
   const auto add = [&](HostList list, const char* kind) {
     for (const KnownHost& host : switch_control().hosts(list))
       table.add({str_intf_id(host.intf), dotted(host.ip), mac_text(host), kind,
@@ -103,15 +104,16 @@ Outcome show_arp_check(Session& session, const Args&) {
   };
   add(HostList::arp_check, "checked");
   add(HostList::fixed_arp, "fixed");
-  session.say("\n" + table.text());
+  out.say("\n");
+  out.add(table, "hosts");
   return {};
 }
 
 /// IGMP snooping is told of all clients when it asks, and of none before.
-Outcome show_igmp_hosts(Session& session, const Args&) {
+Outcome show_igmp_hosts(Readout& out, const Args&) {
   switch_control().forget_hosts(HostList::igmp);
   dhcp_snooping_snyc_add_to_igsp();
-  say_hosts(session, "IP address", switch_control().hosts(HostList::igmp), [](uint32_t) { return true; });
+  out.add(hosts_table("ip", "IP address", switch_control().hosts(HostList::igmp), [](uint32_t) { return true; }));
   return {};
 }
 

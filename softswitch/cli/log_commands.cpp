@@ -17,14 +17,22 @@ Outcome initial(Session&, const Args&) {
   return {};
 }
 
-Outcome show(Session& session, const Args&) {
-  constexpr const char* titles[] = {"Standard error", "Syslog", "Kept in memory"};
+Outcome show(Readout& out, const Args&) {
+  constexpr const char *keys[] = {"console", "syslog", "buffered"},
+                       *titles[] = {"Standard error", "Syslog", "Kept in memory"};
+  Settings settings(16);
   for (const LogPlace place : log_places) {
-    const std::string name(severity_name(log_severity(place)));
-    session.say(format("%-16s %s\n", titles[static_cast<size_t>(place)], name.c_str()));
+    const auto n = static_cast<size_t>(place);
+    settings.row(keys[n], titles[n], severity_name(log_severity(place)));
   }
-  session.say("\n");
-  for (const std::string& line : log_lines()) session.say(line + "\n");
+  settings.say("\n");
+  Json lines = Json::array();
+  for (const std::string& line : log_lines()) {
+    settings.say(line + "\n");
+    lines.push_back(line);
+  }
+  settings.set("lines", lines);
+  out.add(settings);
   return {};
 }
 

@@ -88,9 +88,14 @@ std::string expected(const Candidates& candidates) {
   return text;
 }
 
+/// The word with which a readout ends for programs is all that may come now.
+bool at_json(const Candidate& c) {
+  return c.form->command->show != nullptr && c.next + 1 == c.form->words.size() && !c.repeating;
+}
+
 std::string unknown_word(const Candidates& candidates, std::string_view typed) {
   if (std::all_of(candidates.begin(), candidates.end(),
-                  [](const Candidate& c) { return may_end(c) && next_word(c) == nullptr; })) {
+                  [](const Candidate& c) { return next_word(c) == nullptr || at_json(c); })) {
     return "the command ends before \"" + std::string(typed) + "\"";
   }
   return "\"" + std::string(typed) + "\" is not known here";
@@ -182,6 +187,7 @@ Match match_line(std::string_view line, Mode mode) {
     if (!may_end(c)) continue;
     walk.match.command = c.form->command;
     walk.match.undo = c.form->undo;
+    walk.match.json = c.form->command->show != nullptr && next_word(c) == nullptr;
     return std::move(walk.match);
   }
   fault(walk, line.size() + 1, "the command is not complete; expected:" + expected(walk.candidates));

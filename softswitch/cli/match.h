@@ -8,6 +8,7 @@ namespace dhcp::softswitch::cli {
 struct Match {
   const Command* command = nullptr;  // null = refused
   bool undo = false;                 // the `no` form was typed
+  bool json = false;                 // a readout for programs
   Args args;
   std::vector<size_t> arg_columns;
   // When refused:

@@ -32,7 +32,9 @@ constexpr char introduction[] =
     "that a port, VLAN interface or pool does not know is tried in configuration mode, so blocks need no `exit`\n"
     "between them. A refused line changes nothing and says why.\n\n"
     "The output of a show command can be filtered: `| include TEXT`, `| exclude TEXT`, `| begin TEXT`,\n"
-    "`| count [TEXT]`; TEXT is plain text.\n\n";
+    "`| count [TEXT]`; TEXT is plain text. With `json` as its last word a show command gives one line of JSON "
+    "instead,\n"
+    "which is not filtered ([operations.md](operations.md)).\n\n";
 
 /// In each mode the commands of the mode alone; `exit`, `end` and `do` are told once, in the introduction's table.
 bool in_every_mode(const Command& command) { return command.modes == everywhere || command.modes == in_configuration; }

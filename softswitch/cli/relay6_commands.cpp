@@ -60,38 +60,38 @@ Outcome remove_destination(Session&, const Args& args) {
 
 // --- Readouts
 
-Outcome show_destinations(Session& session, const Args&) {
+Outcome show_destinations(Readout& out, const Args&) {
   const auto right = Align::right;
-  TextTable table({{"Destination"},
-                   {"Next hop"},
-                   {"VLAN", right},
-                   {"Out of"},
-                   {"State"},
-                   {"Age, s", right},
-                   {"Requests", right},
-                   {"Replies", right}});
+  Table table({{"destination", "Destination"},
+               {"next_hop_mac", "Next hop"},
+               {"vlan", "VLAN", right},
+               {"port", "Out of"},
+               {"state", "State"},
+               {"age", "Age, s", right},
+               {"requests", "Requests", right},
+               {"replies", "Replies", right}});
   for (const Dhcp6RelayDestination& row : destinations()) {
     char mac[18];
     const bool known = row.state == DHCP6_RELAY_VALID;
-    table.add({ip6_text(row.ip6), known ? onu_mac2str(row.mac, mac) : "-",
-               row.vlan != 0 ? std::to_string(row.vlan) : "-", row.out_intf != 0 ? str_intf_id(row.out_intf) : "-",
-               dhcp6_relay_state_name(row.state), known ? std::to_string(row.age) : "-", std::to_string(row.requests),
-               std::to_string(row.replies)});
+    table.add({ip6_text(row.ip6), known ? Cell(onu_mac2str(row.mac, mac)) : none(),
+               row.vlan != 0 ? Cell(row.vlan) : none(), row.out_intf != 0 ? Cell(str_intf_id(row.out_intf)) : none(),
+               dhcp6_relay_state_name(row.state), known ? Cell(row.age) : none(), row.requests, row.replies});
   }
-  session.say(table.text());
+  out.add(table);
   return {};
 }
 
-Outcome show_statistics(Session& session, const Args&) {
+Outcome show_statistics(Readout& out, const Args&) {
   Dhcp6RelayCounters counters{};
   dhcp6_relay_get_counters(&counters);
-  TextTable table({{"Fate"}, {"Frames", Align::right}});
+  Table table({{"fate", "Fate"}, {"frames", "Frames", Align::right}});
   for (int verdict = 0; verdict < DHCP6_RELAY_VERDICTS; ++verdict)
-    table.add({dhcp6_relay_verdict_name(static_cast<Dhcp6RelayVerdict>(verdict)),
-               std::to_string(counters.verdicts[verdict])});
-  session.say(table.text());
-  session.say(format("\n%u of them to a MAC that the switch does not know\n", counters.unknown_destination));
-  session.say(format("%u of %d clients in use\n", counters.clients, DHCP6_RELAY_CLIENTS));
+    table.add({dhcp6_relay_verdict_name(static_cast<Dhcp6RelayVerdict>(verdict)), counters.verdicts[verdict]});
+  out.add(table, "fates");
+  out.set("unknown_destination", counters.unknown_destination);
+  out.set("clients", counters.clients);
+  out.say(format("\n%u of them to a MAC that the switch does not know\n", counters.unknown_destination));
+  out.say(format("%u of %d clients in use\n", counters.clients, DHCP6_RELAY_CLIENTS));
   return {};
 }
 

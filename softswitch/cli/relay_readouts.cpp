@@ -1,51 +1,49 @@
 /// What the relay knows of its helpers, and what became of the frames.
-#include <array>
-
 #include "dhcp/relay.h"
 #include "platform/text.h"
+#include "softswitch/cli/readout.h"
 #include "softswitch/cli/readout_file.h"
-#include "softswitch/cli/session.h"
+#include "softswitch/cli/words.h"
 
 namespace dhcp::softswitch::cli {
 namespace {
 
-std::vector<std::string> helper_cells(const DhcpRelayHelper& helper) {
-  char mac[18];
-  const bool valid = helper.valid != 0;
-  return {dotted(helper.ip),
-          valid ? onu_mac2str(helper.mac, mac) : "-",
-          valid ? std::to_string(helper.vlan) : "-",
-          valid ? "valid" : "probing",
-          valid ? std::to_string(helper.age) : "-",
-          std::to_string(helper.requests),
-          std::to_string(helper.replies)};
+std::vector<DhcpRelayHelper> all_helpers() {
+  std::vector<DhcpRelayHelper> helpers(DHCPR_MAX_HELPERS);
+  helpers.resize(dhcp_relay_get_helpers(helpers.data(), helpers.size()));
+  return helpers;
 }
 
-Outcome show_helpers(Session& session, const Args&) {
-  TextTable table({{"Helper"},
-                   {"Next hop"},
-                   {"VLAN", Align::right},
-                   {"State"},
-                   {"Age, s", Align::right},
-                   {"Requests", Align::right},
-                   {"Replies", Align::right}});
-  std::array<DhcpRelayHelper, DHCPR_MAX_HELPERS> helpers{};
-  const size_t count = dhcp_relay_get_helpers(helpers.data(), helpers.size());
-  for (size_t i = 0; i < count; ++i) table.add(helper_cells(helpers[i]));
-  session.say(table.text());
+Outcome show_helpers(Readout& out, const Args&) {
+  const auto right = Align::right;
+  Table table({{"helper", "Helper"},
+               {"next_hop_mac", "Next hop"},
+               {"vlan", "VLAN", right},
+               {"state", "State"},
+               {"age", "Age, s", right},
+               {"requests", "Requests", right},
+               {"replies", "Replies", right}});
+  for (const DhcpRelayHelper& helper : all_helpers()) {
+    char mac[18];
+    const auto when_valid = [&](Cell cell) { return helper.valid != 0 ? cell : none(); };
+    table.add({dotted(helper.ip), when_valid(onu_mac2str(helper.mac, mac)), when_valid(helper.vlan),
+               helper.valid != 0 ? "valid" : "probing", when_valid(helper.age), helper.requests, helper.replies});
+  }
+  out.add(table);
   return {};
 }
 
-Outcome show_statistics(Session& session, const Args&) {
+Outcome show_statistics(Readout& out, const Args&) {
   DhcpRelayCounters counters{};
   dhcp_relay_get_counters(&counters);
-  TextTable table({{"Fate"}, {"Frames", Align::right}});
+  Table table({{"fate", "Fate"}, {"frames", "Frames", Align::right}});
   for (int verdict = 0; verdict < DHCPR_VERDICTS; ++verdict)
-    table.add(
-        {dhcp_relay_verdict_name(static_cast<DhcpRelayVerdict>(verdict)), std::to_string(counters.verdicts[verdict])});
-  session.say(table.text());
-  session.say(format("\n%u of them to a MAC that the switch does not know\n", counters.unknown_destination));
-  session.say(format("%u of %d transactions in use\n", counters.transactions, DHCPR_TRANSACTIONS));
+    table.add({dhcp_relay_verdict_name(static_cast<DhcpRelayVerdict>(verdict)), counters.verdicts[verdict]});
+  out.add(table, "fates");
+  out.set("unknown_destination", counters.unknown_destination);
+  out.set("transactions", counters.transactions);
+  out.say(format("\n%u of them to a MAC that the switch does not know\n", counters.unknown_destination));
+  out.say(format("%u of %d transactions in use\n", counters.transactions, DHCPR_TRANSACTIONS));
   return {};
 }
 

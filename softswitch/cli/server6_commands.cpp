@@ -53,18 +53,18 @@ Outcome clear_all(Session&, const Args&) {
 }
 
 /// A column a message type would be wider than a screen: one line a fate and type that occurred.
-Outcome show_statistics(Session& session, const Args&) {
+Outcome show_statistics(Readout& out, const Args&) {
   constexpr const char* types[] = {"other", "solicit", "advertise", "request", "confirm", "renew",      "rebind",
                                    "reply", "release", "decline",   "reconf",  "inform",  "relay-forw", "relay-repl"};
   Dhcp6ServerCounters counters{};
   dhcp6_server_get_counters(&counters);
-  TextTable table({{"Fate"}, {"Message"}, {"Frames", Align::right}});
+  Table table({{"fate", "Fate"}, {"message", "Message"}, {"frames", "Frames", Align::right}});
   for (int verdict = 0; verdict < DHCP6S_VERDICTS; ++verdict)
     for (size_t type = 0; type < std::size(types); ++type) {
       const uint32_t count = counters.count[verdict][type];
-      if (count != 0) table.add({dhcp6_server_verdict_name(verdict), types[type], std::to_string(count)});
+      if (count != 0) table.add({dhcp6_server_verdict_name(verdict), types[type], count});
     }
-  session.say(table.text());
+  out.add(table);
   return {};
 }
 

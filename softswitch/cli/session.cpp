@@ -22,6 +22,12 @@ bool is_setting(const Command& command) {
 
 Reply refused(std::string reason, size_t column) { return {false, {}, std::move(reason), column}; }
 
+/// Where the fault lies in the line that was matched.
+size_t column_of(const Fault& fault, const Match& match) {
+  if (fault.arg < 0 || static_cast<size_t>(fault.arg) >= match.arg_columns.size()) return Reply::no_column;
+  return match.arg_columns[static_cast<size_t>(fault.arg)] + fault.offset;
+}
+
 /// Without "do" and its blanks, when the line has them and what follows is begun; nothing otherwise.
 std::optional<std::string_view> behind_do(std::string_view line) {
   const auto words = split_words(line);
@@ -61,12 +67,10 @@ Reply Session::run_locked(std::string_view line) {
   const Match& match = found.match;
   if (match.command == nullptr) return refused(match.reason, match.column);
   if (found.mode != mode_) enter(found.mode);
+  const bool for_program = match.command->show != nullptr && (match.json || reader_ == Reader::program);
+  if (for_program && piped.piped) return refused("JSON has no lines to filter", piped.filter_column);
   output_.clear();
-  if (const auto fault = (match.undo ? match.command->undo : match.command->run)(*this, match.args)) {
-    const bool placed = fault->arg >= 0 && static_cast<size_t>(fault->arg) < match.arg_columns.size();
-    return refused(fault->reason,
-                   placed ? match.arg_columns[static_cast<size_t>(fault->arg)] + fault->offset : Reply::no_column);
-  }
+  if (const auto fault = carry_out(match)) return refused(fault->reason, column_of(*fault, match));
   if (!from_file_ && is_setting(*match.command)) {
     const std::string_view words = line.substr(begin);
     log_line(5, "configured: %.*s", static_cast<int>(words.size()), words.data());
@@ -74,14 +78,23 @@ Reply Session::run_locked(std::string_view line) {
   return {true, apply_filter(filter, output_), {}, Reply::no_column};
 }
 
+Outcome Session::carry_out(const Match& match) {
+  if (match.command->show == nullptr) return (match.undo ? match.command->undo : match.command->run)(*this, match.args);
+  Readout readout(match.json ? Reader::program : reader_);
+  if (auto fault = match.command->show(readout, match.args)) return fault;
+  output_ = readout.result();
+  return {};
+}
+
 Outcome Session::run_in_exec(std::string_view line) {
   Session inner(Mode::exec);
+  inner.speak_to(reader_);
   Reply reply = inner.run_locked(line);
   if (!reply.accepted) {
     const bool placed = reply.column != Reply::no_column;
     return Fault{reply.reason, placed ? 0 : -1, placed ? reply.column : 0};
   }
-  say(reply.text);
+  output_ += reply.text;
   return {};
 }
 

@@ -6,6 +6,7 @@
 
 #include "softswitch/cli/match.h"
 #include "softswitch/cli/output.h"
+#include "softswitch/cli/readout.h"
 
 namespace dhcp::softswitch::cli {
 
@@ -36,13 +37,15 @@ class Session {
   bool ended() const { return ended_; }
   uint32_t page_length() const { return page_length_; }
   void set_page_length(uint32_t lines) { page_length_ = lines; }
+  /// To a program, each readout is given as JSON, as if "json" were typed behind it, and other words as a JSON string.
+  void speak_to(Reader reader) { reader_ = reader; }
 
   // For handlers.
   bool from_file() const { return from_file_; }
   /// Whether a line of a file may still wait for an answer from the network: each might wait in vain.
   bool waits() const { return waits_; }
   void wait_no_more() { waits_ = false; }
-  void say(std::string_view text) { output_ += text; }
+  void say(std::string_view text) { output_ += reader_ == Reader::program ? Json(text).text() + "\n" : text; }
   void enter(Mode mode, uint32_t target = 0) { mode_ = mode, target_ = target; }
   uint32_t target() const { return target_; }  // port, VLAN or pool being configured
   void end_session() { ended_ = true; }
@@ -53,6 +56,7 @@ class Session {
   struct Found;
   Found find(std::string_view command) const;
   Reply run_locked(std::string_view line);
+  Outcome carry_out(const Match& match);
 
   Mode mode_;
   uint32_t target_ = 0;
@@ -60,6 +64,7 @@ class Session {
   bool ended_ = false;
   bool from_file_ = false;
   bool waits_ = true;
+  Reader reader_ = Reader::person;
   std::string output_;
 };
 

@@ -7,6 +7,7 @@
 
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
+#include "softswitch/cli/readout.h"
 #include "softswitch/cli/spelling.h"
 #include "softswitch/cli/table.h"
 
@@ -17,7 +18,7 @@ struct Snooping4 {
   using Counters = DhcpSnoopCounters;
   static constexpr FamilyWords words = {"ip", "DHCP"};
   static constexpr std::string_view address_form = "ip ADDRESS", address_example = "ip 192.168.10.20";
-  static constexpr const char* address_title = "IP address";
+  static constexpr const char *address_key = "ip", *address_title = "IP address";
   static constexpr std::string_view message_types[] = {"other", "DISCOVER", "OFFER",   "REQUEST", "DECLINE",
                                                        "ACK",   "NAK",      "RELEASE", "INFORM"};
   static constexpr bool shows_every_type = true;
@@ -33,7 +34,7 @@ struct Snooping4 {
   static constexpr auto clear_statistics = dhcp_snooping_statistics_clear;
 
   static const DhcpSnoopConfig& config() { return g_dhcp_snooping; }
-  static std::string address(const Binding& binding) { return binding.ip == 0 ? "-" : dotted(binding.ip); }
+  static Cell address(const Binding& binding) { return binding.ip == 0 ? none() : dotted(binding.ip); }
   /// MAC, address where there is one, VLAN, lease.
   static int bind(const Args& args, uint32_t intf) {
     const size_t size = args.size();
@@ -52,7 +53,7 @@ struct Snooping6 {
   using Counters = Dhcp6SnoopCounters;
   static constexpr FamilyWords words = {"ipv6", "DHCPv6"};
   static constexpr std::string_view address_form = "ipv6 ADDRESS6", address_example = "ipv6 2001:db8:10::20";
-  static constexpr const char* address_title = "IPv6 address";
+  static constexpr const char *address_key = "ipv6", *address_title = "IPv6 address";
   static constexpr std::string_view message_types[] = {"other",       "SOLICIT",  "ADVERTISE",  "REQUEST",   "CONFIRM",
                                                        "RENEW",       "REBIND",   "REPLY",      "RELEASE",   "DECLINE",
                                                        "RECONFIGURE", "INFO-REQ", "RELAY-FORW", "RELAY-REPL"};
@@ -72,7 +73,7 @@ struct Snooping6 {
   static bool has_address(const Binding& binding) {
     return std::any_of(binding.ip6, binding.ip6 + sizeof binding.ip6, [](uint8_t byte) { return byte != 0; });
   }
-  static std::string address(const Binding& binding) { return has_address(binding) ? ip6_text(binding.ip6) : "-"; }
+  static Cell address(const Binding& binding) { return has_address(binding) ? ip6_text(binding.ip6) : none(); }
   static int bind(const Args& args, uint32_t intf) {
     return set_dhcp6_snoop_bind(1, args[0].mac.data(), intf, static_cast<int>(args[1].number),
                                 static_cast<int>(args[2].number));

@@ -1,6 +1,7 @@
 /// What snooping knows and has seen: settings, clients, counters, the file of bindings.
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <ctime>
 #include <utility>
 
@@ -17,13 +18,14 @@ constexpr uint32_t no_port = 0;  // stands for frames that came from no port of 
 
 std::string number(uint64_t value) { return std::to_string(value); }
 
-std::string moment(uint32_t time) {
-  if (time == 0) return "never";
+/// Seconds since the epoch, 0 = never.
+Cell moment(uint32_t time) {
+  if (time == 0) return none("never");
   const auto seconds = static_cast<time_t>(time);
   tm local{};
   char text[32] = "";
   if (localtime_r(&seconds, &local) != nullptr) std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
-  return text;
+  return {time, text};
 }
 
 // --- Settings
@@ -40,7 +42,7 @@ Outcome show_snooping(Session& session, const Args&) {
   session.say("\n");
   say_row(session, "Frames above the packet limit :", number(switch_control().event_queue().dropped_rate));
   say_row(session, "Messages of rogue servers :", number(rogue.seen));
-  if (rogue.time != 0) say_row(session, "Last of them at :", moment(rogue.time));
+  if (rogue.time != 0) say_row(session, "Last of them at :", moment(rogue.time).text);
   return {};
 }
 
@@ -61,36 +63,39 @@ Outcome show_snooping6(Session& session, const Args&) {
 
 // --- Clients
 
+/// A lease that has run out and is not aged yet has no seconds left.
 template <class Binding>
-std::string lease_left(const Binding& binding) {
-  if (binding.state == 0 || binding.is_static != 0) return "-";
-  return std::to_string(int64_t{binding.lease} - binding.age);
+Cell lease_left(const Binding& binding) {
+  if (binding.state == 0 || binding.is_static != 0) return none();
+  const auto lease = static_cast<uint32_t>(binding.lease), age = static_cast<uint32_t>(binding.age);
+  const uint32_t left = lease == infinite_time ? infinite_time : lease - std::min(lease, age);
+  return {left, std::to_string(int64_t{binding.lease} - binding.age)};
 }
 
 template <class Family>
-std::vector<std::string> binding_cells(const typename Family::Binding& binding) {
+std::vector<Cell> binding_cells(const typename Family::Binding& binding) {
   char mac[18];
-  const bool bound = binding.state != 0;
+  const bool bound = binding.state != 0, fixed = binding.is_static != 0;
   return {onu_mac2str(binding.mac, mac),
           Family::address(binding),
-          std::to_string(binding.vlan),
+          binding.vlan,
           str_intf_id(binding.intf),
-          bound ? std::to_string(binding.lease) : "-",
+          bound ? lifetime(binding.lease) : none(),
           lease_left(binding),
-          binding.is_static != 0 ? "static" : "dynamic",
+          fixed ? "static" : "dynamic",
           bound ? "bound" : "learning"};
 }
 
 template <class Family, class Wanted>
-Outcome show_bindings(Session& session, Wanted wanted) {
-  TextTable table({{"MAC address"},
-                   {Family::address_title},
-                   {"VLAN", Align::right},
-                   {"Port"},
-                   {"Lease, s", Align::right},
-                   {"Left, s", Align::right},
-                   {"Type"},
-                   {"State"}});
+Outcome show_bindings(Readout& out, Wanted wanted) {
+  Table table({{"mac", "MAC address"},
+               {Family::address_key, Family::address_title},
+               {"vlan", "VLAN", Align::right},
+               {"port", "Port"},
+               {"lease", "Lease, s", Align::right},
+               {"left", "Left, s", Align::right},
+               {"type", "Type"},
+               {"state", "State"}});
   const auto bindings = all_bindings<Family>();
   size_t shown = 0;
   for (const auto& binding : bindings) {
@@ -98,29 +103,29 @@ Outcome show_bindings(Session& session, Wanted wanted) {
     table.add(binding_cells<Family>(binding));
     ++shown;
   }
-  session.say(table.text());
-  session.say(format("%zu of %zu bindings\n", shown, bindings.size()));
+  out.add(table);
+  out.say(format("%zu of %zu bindings\n", shown, bindings.size()));
   return {};
 }
 
 template <class Family>
-Outcome show_all(Session& session, const Args&) {
-  return show_bindings<Family>(session, [](const auto&) { return true; });
+Outcome show_all(Readout& out, const Args&) {
+  return show_bindings<Family>(out, [](const auto&) { return true; });
 }
 template <class Family>
-Outcome show_by_mac(Session& session, const Args& args) {
+Outcome show_by_mac(Readout& out, const Args& args) {
   const auto& mac = args[0].mac;
-  return show_bindings<Family>(session, [&](const auto& b) { return std::equal(mac.begin(), mac.end(), b.mac); });
+  return show_bindings<Family>(out, [&](const auto& b) { return std::equal(mac.begin(), mac.end(), b.mac); });
 }
 template <class Family>
-Outcome show_by_vlan(Session& session, const Args& args) {
+Outcome show_by_vlan(Readout& out, const Args& args) {
   const auto vlan = static_cast<int32_t>(args[0].number);
-  return show_bindings<Family>(session, [=](const auto& b) { return b.vlan == vlan; });
+  return show_bindings<Family>(out, [=](const auto& b) { return b.vlan == vlan; });
 }
 template <class Family>
-Outcome show_by_port(Session& session, const Args& args) {
+Outcome show_by_port(Readout& out, const Args& args) {
   const uint32_t intf = args[0].number;
-  return show_bindings<Family>(session, [=](const auto& b) { return b.intf == intf; });
+  return show_bindings<Family>(out, [=](const auto& b) { return b.intf == intf; });
 }
 
 // --- Counters
@@ -131,10 +136,17 @@ bool any(const Counters& counters, size_t verdict) {
   return std::any_of(std::begin(row), std::end(row), [](uint32_t count) { return count != 0; });
 }
 
+/// "INFO-REQ" as "info_req".
+std::string key_of(std::string_view message_type) {
+  std::string key(message_type);
+  for (char& c : key) c = c == '-' ? '_' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return key;
+}
+
 /// Ports and verdicts that have counted something, by message type: the unknown ones last. Where all types would not
-/// fit a line, those that never came are left out.
+/// fit a line, people do not see those that never came.
 template <class Family>
-std::string verdicts_text() {
+Table verdicts() {
   constexpr size_t types = std::size(Family::message_types);
   std::vector<std::pair<uint32_t, typename Family::Counters>> ports;
   std::array<bool, types> shown;
@@ -146,74 +158,78 @@ std::string verdicts_text() {
       for (size_t type = 0; type < types; ++type) shown[type] = shown[type] || row[type] != 0;
     ports.emplace_back(intf, counters);
   }
-  const auto each_type = [&](auto use) {
-    for (size_t type = 1; type <= types; ++type)
-      if (shown[type % types]) use(type % types);
-  };
-  std::vector<TextTable::Column> columns = {{"Port"}, {"Fate"}};
-  each_type([&](size_t type) { columns.push_back({std::string(Family::message_types[type]), Align::right}); });
-  TextTable table(std::move(columns));
+  std::vector<Table::Column> columns = {{"port", "Port"}, {"fate", "Fate"}};
+  for (size_t n = 1; n <= types; ++n) {
+    const std::string type(Family::message_types[n % types]);
+    columns.push_back({key_of(type), shown[n % types] ? type : "", Align::right});
+  }
+  Table table(std::move(columns));
   for (const auto& [intf, counters] : ports) {
     for (size_t verdict = 0; verdict < std::size(counters.count); ++verdict) {
       if (!any(counters, verdict)) continue;
-      std::vector<std::string> cells = {intf == no_port ? "-" : str_intf_id(intf),
-                                        dhcp_snoop_verdict_name(static_cast<int>(verdict))};
-      each_type([&, &row = counters.count[verdict]](size_t type) { cells.push_back(number(row[type])); });
+      std::vector<Cell> cells = {intf == no_port ? none() : str_intf_id(intf),
+                                 dhcp_snoop_verdict_name(static_cast<int>(verdict))};
+      for (size_t n = 1; n <= types; ++n) cells.push_back(counters.count[verdict][n % types]);
       table.add(std::move(cells));
     }
   }
-  return table.text();
+  return table;
 }
 
 /// The module's two counters stand in its own record.
-void add_dropped(TextTable& table, uint32_t intf) {
+void add_dropped(Table& table, uint32_t intf) {
   const auto* const node = intf_order_list_search(g_dhcp_snooping.intf_list, intf);
   if (node == nullptr) return;
   const auto* const port = reinterpret_cast<const SnoopIntfEntry*>(node);
   if (port->dropped_ack == 0 && port->dropped_offer == 0) return;
-  table.add({str_intf_id(intf), number(port->dropped_ack), number(port->dropped_offer)});
+  table.add({str_intf_id(intf), port->dropped_ack, port->dropped_offer});
 }
 
-Outcome show_statistics(Session& session, const Args&) {
-  TextTable dropped({{"Port"}, {"Dropped Ack Pkts", Align::right}, {"Dropped Offer Pkts", Align::right}});
+Outcome show_statistics(Readout& out, const Args&) {
+  Table dropped({{"port", "Port"},
+                 {"dropped_ack", "Dropped Ack Pkts", Align::right},
+                 {"dropped_offer", "Dropped Offer Pkts", Align::right}});
   dhcp_snooping_mutex_lock_func();
   for (uint32_t intf = 1; intf <= switch_control().port_count() && g_dhcp_snooping.intf_list != nullptr; ++intf)
     add_dropped(dropped, intf);
   dhcp_snooping_mutex_unlock_func();
-  session.say(verdicts_text<Snooping4>() + "\n" + dropped.text());
+  out.add(verdicts<Snooping4>(), "fates");
+  out.say("\n");
+  out.add(dropped, "dropped");
   return {};
 }
 
-Outcome show_statistics6(Session& session, const Args&) {
-  session.say(verdicts_text<Snooping6>());
+Outcome show_statistics6(Readout& out, const Args&) {
+  out.add(verdicts<Snooping6>(), "fates");
   return {};
 }
 
 // --- The file of bindings
 
 template <class Family>
-Outcome show_database(Session& session, const Args&) {
+Outcome show_database(Readout& out, const Args&) {
   DhcpSnoopDatabase file{};
   Family::get_database(&file);
-  const auto row = [&](const char* label, const std::string& value) {
-    session.say(format("%-22s %s\n", label, value.c_str()));
-  };
   const auto& config = Family::config();  // its two words are written by the command line alone
-  row("File", file.path);
-  row("Write delay", config.writeflash_enable != 0 ? std::to_string(config.writeflash_interval) + " s" : "off");
-  row("Last write", moment(file.last_write));
-  row("Bindings written", number(file.written));
-  row("Failed writes", number(file.write_failures));
-  row("Last read", moment(file.last_read));
-  row("Bindings read", number(file.loaded));
-  row("Lines skipped", number(file.skipped));
+  const int32_t delay = config.writeflash_interval;
+  Settings settings(22);
+  settings.row("file", "File", file.path);
+  settings.row("write_delay", "Write delay",
+               config.writeflash_enable != 0 ? Cell(delay, std::to_string(delay) + " s") : none("off"));
+  settings.row("last_write", "Last write", moment(file.last_write));
+  settings.row("written", "Bindings written", file.written);
+  settings.row("write_failures", "Failed writes", file.write_failures);
+  settings.row("last_read", "Last read", moment(file.last_read));
+  settings.row("read", "Bindings read", file.loaded);
+  settings.row("skipped", "Lines skipped", file.skipped);
+  out.add(settings);
   return {};
 }
 
 constexpr Modes exec = in(Mode::exec);
 
 template <class F>
-std::vector<Command> rows(Run settings, Run statistics, std::string_view about_settings) {
+std::vector<Command> rows(Run settings, Show statistics, std::string_view about_settings) {
   return spelt(
       {
           {exec, "show % dhcp snooping", about_settings, settings, "show % dhcp snooping"},

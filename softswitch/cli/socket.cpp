@@ -10,8 +10,9 @@
 namespace dhcp::softswitch::cli {
 namespace {
 
-void serve_batch(LineReader& lines, int fd) {
+void serve_batch(LineReader& lines, int fd, Reader reader) {
   Session session;
+  session.speak_to(reader);
   while (!session.ended()) {
     const auto line = lines.next();
     if (!line) return;
@@ -54,7 +55,8 @@ void serve(int fd) {
   LineReader lines(fd);
   const auto first = lines.next();
   if (!first) return;
-  if (*first == "batch") return serve_batch(lines, fd);
+  if (*first == "batch") return serve_batch(lines, fd, Reader::person);
+  if (*first == "batch json") return serve_batch(lines, fd, Reader::program);
   if (!first->starts_with(terminal)) {
     send_all(fd, "refused 0\n");
     return;

@@ -1,8 +1,8 @@
 /// The way from a Unix stream socket to a session.
 ///
 /// A client's first line says what it is. "batch": each further line is a command and is answered by
-/// "ok LENGTH\n" or "refused LENGTH\n" and LENGTH bytes of text. "interactive ROWS": a terminal of that many rows,
-/// raw bytes both ways.
+/// "ok LENGTH\n" or "refused LENGTH\n" and LENGTH bytes of text. "batch json": the same, and what an accepted command
+/// says is one line of JSON. "interactive ROWS": a terminal of that many rows, raw bytes both ways.
 #pragma once
 
 #include <optional>

@@ -6,11 +6,12 @@ namespace {
 std::vector<Command> join() {
   std::vector<Command> all;
   for (const auto part :
-       {session_commands(),  show_commands(),      capture_commands(), log_commands(),    server_readouts(),
-        snooping_readouts(), option82_readouts(),  relay_readouts(),   switch_commands(), relay_commands(),
-        server_commands(),   snooping_commands(),  snooping4_only(),   snooping_clears(), snooping6_commands(),
-        snooping6_only(),    snooping6_readouts(), snooping6_clears(), guard_commands(),  relay6_commands(),
-        server6_commands(),  client6_commands(),   pool_commands(),    tech_support(),    pool6_commands()}) {
+       {session_commands(),   show_commands(),     config_readouts(),    capture_commands(), log_commands(),
+        server_readouts(),    snooping_readouts(), option82_readouts(),  relay_readouts(),   switch_commands(),
+        relay_commands(),     server_commands(),   snooping_commands(),  snooping4_only(),   snooping_clears(),
+        snooping6_commands(), snooping6_only(),    snooping6_readouts(), snooping6_clears(), guard_commands(),
+        relay6_commands(),    server6_commands(),  client6_commands(),   pool_commands(),    tech_support(),
+        pool6_commands()}) {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;
@@ -129,6 +130,7 @@ std::string_view keyword_help(std::string_view path) {
   for (const KeywordHelp& text : keyword_texts) {
     if (text.path == path) return text.help;
   }
+  if (path.ends_with(" json")) return "For programs, as JSON";
   constexpr std::string_view six = "ipv6 ";
   const size_t at = path.find(six);
   if (at == std::string_view::npos) return {};

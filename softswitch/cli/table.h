@@ -41,18 +41,35 @@ inline Outcome outcome(const Refusal& refusal) {
 }
 
 class Session;
+class Readout;
 using Args = std::vector<Value>;
 using Run = Outcome (*)(Session& session, const Args& args);
+using Show = Outcome (*)(Readout& out, const Args& args);
 
 struct Command {
   Modes modes = 0;
   std::string_view form;
   std::string_view help;
   Run run = nullptr;
-  std::string_view example;       // fits the examples before it; "" = it would leave the mode
-  std::string_view no_form = {};  // without its leading "no"; "" = there is none
+  Show show = nullptr;       // instead of `run`: a readout, whose form takes "json" as its last word
+  std::string_view example;  // fits the examples before it; "" = it would leave the mode
+  std::string_view no_form;  // without its leading "no"; "" = there is none
   Run undo = nullptr;
   int round = 0;  // of examples; those of one round fit together, and are taken back before the next
+
+  constexpr Command(Modes in_modes, std::string_view words, std::string_view about, Run does, std::string_view typed_as,
+                    std::string_view no_words = {}, Run undoes = nullptr, int of_round = 0)
+      : modes(in_modes),
+        form(words),
+        help(about),
+        run(does),
+        example(typed_as),
+        no_form(no_words),
+        undo(undoes),
+        round(of_round) {}
+  constexpr Command(Modes in_modes, std::string_view words, std::string_view about, Show shows,
+                    std::string_view typed_as)
+      : modes(in_modes), form(words), help(about), show(shows), example(typed_as) {}
 };
 constexpr int rounds = 2;
 
@@ -65,6 +82,7 @@ std::string_view keyword_help(std::string_view path);
 // The tables that commands() joins.
 std::span<const Command> session_commands();
 std::span<const Command> show_commands();
+std::span<const Command> config_readouts();
 std::span<const Command> capture_commands();
 std::span<const Command> log_commands();
 std::span<const Command> tech_support();

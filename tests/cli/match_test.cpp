@@ -111,7 +111,7 @@ TEST_F(MatchTest, OffersWhatMayComeNext) {
   EXPECT_THAT(words_of(choices("show ip ", Mode::exec)),
               ElementsAre("arp", "dhcp", "helper-address", "igmp", "interface", "verify"));
   EXPECT_THAT(words_of(choices("sh ip d", Mode::exec)), ElementsAre("dhcp"));
-  EXPECT_THAT(words_of(choices("show interfaces ", Mode::exec)), ElementsAre("gigabitethernet", "<cr>"));
+  EXPECT_THAT(words_of(choices("show interfaces ", Mode::exec)), ElementsAre("gigabitethernet", "json", "<cr>"));
   EXPECT_THAT(words_of(choices("lease ", Mode::pool)), ElementsAre("infinite", "<0-49710>"));
   EXPECT_THAT(words_of(choices("lease 1 ", Mode::pool)), ElementsAre("<0-23>", "<cr>"));
   EXPECT_THAT(words_of(choices("dns-server 10.0.0.1 ", Mode::pool)), ElementsAre("A.B.C.D", "<cr>"));

@@ -132,6 +132,18 @@ TEST_F(CommandServerTest, CommandsAndScriptsStopAtTheFirstRefusedLine) {
   EXPECT_THAT(running(), HasSubstr("vlan 5-6,8\n"));
 }
 
+TEST_F(CommandServerTest, ProgramsGetALineOfJsonForEachReadout) {
+  CommandServer server(path, "");
+  start(server);
+  const Result good = switchctl("--json -c configure -c 'vlan 5' -c 'do show vlan' -c 'do show tasks'");
+  EXPECT_EQ(good.status, 0);
+  EXPECT_EQ(good.out.substr(0, 12), "[{\"vlan\":1,\"");
+  EXPECT_THAT(good.out, testing::EndsWith("}]\n[]\n"));
+  const Result bad = switchctl("-c 'show vlan 5' --json");
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_EQ(bad.out, "the command ends before \"5\"\nshow vlan 5\n          ^\n");
+}
+
 TEST_F(CommandServerTest, EndsItsOperatorsAndLeavesNoSocket) {
   auto server = std::make_unique<CommandServer>(path, "");
   start(*server);
