@@ -9,6 +9,7 @@
 #include <new>
 
 #include "base/chain_table.h"
+#include "base/os.h"
 #include "base/record_list.h"
 
 namespace dhcp::base {
@@ -61,7 +62,7 @@ class ConflictList {
   /// Takes off what was last reported more than a day ago.
   void expire(uint32_t now) {
     for (Record& record : Records<Record>(Traits::list().head)) {
-      if (uint64_t{record.time} + conflict_hold_s < now) remove(record);
+      if (age_of(record.time, now) > conflict_hold_s) remove(record);
     }
   }
 

@@ -32,6 +32,11 @@ struct HelperCounters {
   std::atomic<uint32_t> requests{0}, replies{0};
 };
 
+/// For displays: how long something is known that was learnt then. 0 after the clock was set back.
+inline uint32_t seconds_known(uint32_t then, uint32_t now) {
+  return static_cast<uint32_t>(std::max(seconds_since(then, now), 0));
+}
+
 enum class HelperError {
   none,
   exists,  // already listed, and nothing new is known about it

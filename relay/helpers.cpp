@@ -107,7 +107,7 @@ size_t dhcp_relay_get_helpers(DhcpRelayHelper* out, size_t max) {
               .mac = {},
               .valid = node.valid,
               .probe = node.probe,
-              .age = node.valid == 1 ? dhcp::base::now32() - node.time : 0,
+              .age = node.valid == 1 ? dhcp::base::seconds_known(node.time, dhcp::base::now32()) : 0,
               .requests = requests,
               .replies = replies};
     std::copy(std::begin(node.mac), std::end(node.mac), out[i].mac);

@@ -19,7 +19,7 @@ Dhcp6RelayDestination value_of(const Destinations::Copy& copy, uint32_t now) {
   value.vlan = copy.node.vlan;
   value.out_intf = copy.node.out_intf;
   value.state = state_of(copy.node);
-  value.age = copy.node.valid != 0 ? now - copy.node.time : 0;
+  value.age = copy.node.valid != 0 ? base::seconds_known(copy.node.time, now) : 0;
   value.requests = copy.requests;
   value.replies = copy.replies;
   return value;
