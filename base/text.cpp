@@ -24,9 +24,7 @@ IpText::IpText(uint32_t ip) {
   }
 }
 
-Ip6Text::Ip6Text(const Ip6& ip) {
-  inet_ntop(AF_INET6, ip.bytes.data(), text_.data(), static_cast<socklen_t>(text_.size()));
-}
+Ip6Text::Ip6Text(const uint8_t* ip) { inet_ntop(AF_INET6, ip, text_.data(), static_cast<socklen_t>(text_.size())); }
 
 uint32_t host_from_network(uint32_t value) { return ntohl(value); }
 uint32_t network_from_host(uint32_t value) { return htonl(value); }

@@ -21,7 +21,8 @@ class IpText {
 /// Text of an IPv6 address as inet_ntop() writes it.
 class Ip6Text {
  public:
-  explicit Ip6Text(const Ip6& ip);
+  explicit Ip6Text(const Ip6& ip) : Ip6Text(ip.bytes.data()) {}
+  explicit Ip6Text(const uint8_t* ip);  // 16 bytes, as on the wire
   const char* c_str() const { return text_.data(); }
 
  private:

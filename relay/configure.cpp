@@ -6,11 +6,11 @@
 #include "relay/relay.h"
 
 using dhcp::base::module_frame;
+using dhcp::relay::settings_log;
 using dhcp::relay::shared;
 
 namespace {
 
-constexpr const char* log_name = "dhcpc";
 constexpr int error_no_mode = -84, error_no_vlan = -90;
 constexpr int mode_client_tag = 0, mode_helper_vlan = 1, mode_route_vlan = 2;
 
@@ -25,7 +25,7 @@ void set_tag_mode(int mode, uint16_t vlan) {
 }  // namespace
 
 int DHCPR_set_dbg_level(int level) {
-  DHCP_LOG_AT(module_frame, log_name, "dhcpr set dbg level to %d\r\n", level);
+  DHCP_LOG_AT(module_frame, settings_log, "dhcpr set dbg level to %d\r\n", level);
   shared(dhcp_dbg_level).store(level);
   return 0;
 }
@@ -33,12 +33,12 @@ int DHCPR_set_dbg_level(int level) {
 int DHCPR_get_dbg_level(int* out) {
   if (out == nullptr) return -1;
   *out = shared(dhcp_dbg_level).load();
-  DHCP_LOG_AT(module_frame, log_name, "dhcpr get dbg level %d\r\n", *out);
+  DHCP_LOG_AT(module_frame, settings_log, "dhcpr get dbg level %d\r\n", *out);
   return 0;
 }
 
 int DHCPR_set_trust(int trust) {
-  DHCP_LOG_AT(module_frame, log_name, "dhcpr set trust to %d\r\n", trust);
+  DHCP_LOG_AT(module_frame, settings_log, "dhcpr set trust to %d\r\n", trust);
   dhcpr_cfg.trust.store(trust);
   return 0;
 }
@@ -46,12 +46,12 @@ int DHCPR_set_trust(int trust) {
 int DHCPR_get_trust(int* out) {
   if (out == nullptr) return -1;
   *out = dhcpr_cfg.trust.load();
-  DHCP_LOG_AT(module_frame, log_name, "dhcpr get trust to %d\r\n", *out);
+  DHCP_LOG_AT(module_frame, settings_log, "dhcpr get trust to %d\r\n", *out);
   return 0;
 }
 
 int DHCPR_set_route_port(int port) {
-  DHCP_LOG_AT(module_frame, log_name, "dhcpr set route port to %d\r\n", port);
+  DHCP_LOG_AT(module_frame, settings_log, "dhcpr set route port to %d\r\n", port);
   if (!routed_by_helper()) dhcpr_cfg.route_port.store(port);
   return 0;
 }
@@ -59,13 +59,13 @@ int DHCPR_set_route_port(int port) {
 int DHCPR_get_route_port(int* out) {
   if (out == nullptr) return -1;
   *out = dhcpr_cfg.route_port.load();
-  DHCP_LOG_AT(module_frame, log_name, "dhcpr get route port %d\r\n", *out);
+  DHCP_LOG_AT(module_frame, settings_log, "dhcpr get route port %d\r\n", *out);
   return 0;
 }
 
 int DHCPR_set_route_vlan(int tag, int vlan) {
   constexpr int must_exist = 2;
-  DHCP_LOG_AT(module_frame, log_name, "dhcpr set route vlan, tag %d vlan %d\r\n", tag, vlan);
+  DHCP_LOG_AT(module_frame, settings_log, "dhcpr set route vlan, tag %d vlan %d\r\n", tag, vlan);
   if (routed_by_helper()) return 0;
   if (tag < mode_client_tag || tag > mode_route_vlan) return error_no_mode;
   if (tag != mode_route_vlan) {
@@ -81,7 +81,7 @@ int DHCPR_get_route_vlan(int* tag_out, int* vlan_out) {
   if (tag_out == nullptr || vlan_out == nullptr) return -1;
   *tag_out = dhcpr_cfg.tag_mode.load();
   *vlan_out = shared(dhcpr_cfg.route_vlan).load();
-  DHCP_LOG_AT(module_frame, log_name, "dhcpr get route vlan, tag %d vlan %d\r\n", *tag_out, *vlan_out);
+  DHCP_LOG_AT(module_frame, settings_log, "dhcpr get route vlan, tag %d vlan %d\r\n", *tag_out, *vlan_out);
   return 0;
 }
 
@@ -113,7 +113,7 @@ int DHCPR_stop() {
 int DHCPR_get_sts(int* out) {
   if (out == nullptr) return -1;
   *out = dhcpr_cfg.status.load();
-  DHCP_LOG_AT(module_frame, log_name, "dhcpr get status %d...\r\n", *out);
+  DHCP_LOG_AT(module_frame, settings_log, "dhcpr get status %d...\r\n", *out);
   return 0;
 }
 

@@ -14,7 +14,6 @@ using dhcp::base::module_frame;
 
 namespace {
 
-constexpr const char* log_name = "dhcpc";
 constexpr int error_mode = -4, error_present = -3, error_full = -2;
 
 /// Nobody holds a lock while the next hop is asked for its MAC.
@@ -24,14 +23,14 @@ int add_helper(uint32_t ip) {
   constexpr int timeout_s = 1;
   const bool learnt = DHCPR_get_server_mac(ip, mac, &vlan, timeout_s) == 0;
   if (learnt) {
-    DHCP_LOG_IN("DHCPR_set_dhcp_serverip", module_frame, log_name, "get manage vlan:%d\n", static_cast<int>(vlan));
+    DHCP_LOG_IN("DHCPR_set_dhcp_serverip", module_frame, settings_log, "get manage vlan:%d\n", static_cast<int>(vlan));
   }
   DhcpServerNode now{};
   const HelperError error =
       helpers().put(ip, learnt ? mac : nullptr, vlan, [&](const DhcpServerNode& node) { now = node; });
   if (error != HelperError::none) return error == HelperError::exists ? error_present : -1;
   char text[18];
-  DHCP_LOG_IN("DHCPR_set_dhcp_serverip", module_frame, log_name,
+  DHCP_LOG_IN("DHCPR_set_dhcp_serverip", module_frame, settings_log,
               "ip helper-address:%s valid:%d probe:%d vlan:%d mac[%s]\n", IpText(ip).c_str(), now.valid, now.probe,
               static_cast<int>(now.vlan), onu_mac2str(now.mac, text));
   probe_back_off.reset();
@@ -43,7 +42,7 @@ int add_helper(uint32_t ip) {
 int DHCPR_set_dhcp_serverip(int op, uint32_t ip) {
   if (dhcpr_cfg.status.load() != DHCPR_ON_MANAGEMENT_VLAN) return error_mode;
   if (!management_vlan_mode()) {
-    DHCP_LOG_AT(module_frame, log_name, "dhcp tag mode is not manage vlan\n");
+    DHCP_LOG_AT(module_frame, settings_log, "dhcp tag mode is not manage vlan\n");
     return -1;
   }
   if (op != 1) {
@@ -52,7 +51,7 @@ int DHCPR_set_dhcp_serverip(int op, uint32_t ip) {
   }
   // Ten are ten: a listed one is not brought up to date either.
   if (helpers().size() >= DHCPR_MAX_HELPERS) {
-    DHCP_LOG_AT(module_frame, log_name, " dhcp helper-address is max\n");
+    DHCP_LOG_AT(module_frame, settings_log, " dhcp helper-address is max\n");
     return error_full;
   }
   return add_helper(ip);

@@ -19,7 +19,6 @@ base::ProbeBackOff probe_back_off;
 
 namespace {
 
-constexpr const char* log_name = "dhcpc";
 constexpr int query_timeout_s = 1;
 
 int learn(const DhcpServerNode& helper, uint8_t* mac, uint32_t& vlan) {
@@ -35,12 +34,12 @@ int DHCPR_get_server_mac(uint32_t ip, uint8_t mac_out[6], uint32_t* vlan_out, in
   uint32_t next_hop = ip;
   const auto judge = [&](const sysmng_vlan_info& info) {
     if (info.ip == 0 && info.mask == 0) {
-      DHCP_LOG_IN(caller, module_frame, log_name, "vlan ip addr is invalid\n");
+      DHCP_LOG_IN(caller, module_frame, settings_log, "vlan ip addr is invalid\n");
       return Hop::dead_end;
     }
     if ((info.ip & info.mask) == (info.mask & ip)) return Hop::here;
     if (info.gateway == 0) {
-      DHCP_LOG_IN(caller, module_frame, log_name, "Different network segments not set gateway");
+      DHCP_LOG_IN(caller, module_frame, settings_log, "Different network segments not set gateway");
       return Hop::elsewhere;
     }
     next_hop = info.gateway;  // the first gateway wins over a VLAN further down that would fit
@@ -51,7 +50,7 @@ int DHCPR_get_server_mac(uint32_t ip, uint8_t mac_out[6], uint32_t* vlan_out, in
   if (vlan == 0) return no_way;
   char ifname[DHCP_ARP_IFNAME_SIZE];
   snprintf(ifname, sizeof ifname, "%s.%d", "eth0", static_cast<int>(vlan));
-  DHCP_LOG_AT(module_frame, log_name, "Probe device name:%s", ifname);
+  DHCP_LOG_AT(module_frame, settings_log, "Probe device name:%s", ifname);
   if (vlan_out != nullptr) *vlan_out = vlan;
   return get_ip_mac(ifname, next_hop, mac_out, timeout_s);
 }
@@ -72,7 +71,7 @@ void dhcp_server_node_timeout_check() {
   auto table = helpers();
   dhcp::base::relearn_aged(table, ageing_s, learn, [caller](const DhcpServerNode& node) {
     char mac[18];
-    DHCP_LOG_IN(caller, module_frame, log_name, "timeout check get MAC:%s valid:%d probe:%d vlan:%d mac[%s]\n",
+    DHCP_LOG_IN(caller, module_frame, settings_log, "timeout check get MAC:%s valid:%d probe:%d vlan:%d mac[%s]\n",
                 IpText(node.ip).c_str(), node.valid, node.probe, static_cast<int>(node.vlan),
                 onu_mac2str(node.mac, mac));
   });
@@ -82,12 +81,12 @@ int dhcpr_dhcp_server_mac_probe() {
   const char* caller = __func__;
   dhcp_server_node_timeout_check();
   const auto started = [caller](const DhcpServerNode& node) {
-    DHCP_LOG_IN(caller, module_frame, log_name, "ip helper-address:%s valid:%d probe:%d vlan:%d start mac probe\n",
+    DHCP_LOG_IN(caller, module_frame, settings_log, "ip helper-address:%s valid:%d probe:%d vlan:%d start mac probe\n",
                 IpText(node.ip).c_str(), node.valid, node.probe, static_cast<int>(node.vlan));
   };
   const auto learnt = [caller](const DhcpServerNode& node) {
     char mac[18];
-    DHCP_LOG_IN(caller, module_frame, log_name, "ip helper-address get MAC:%s valid:%d probe:%d vlan:%d mac[%s]\n",
+    DHCP_LOG_IN(caller, module_frame, settings_log, "ip helper-address get MAC:%s valid:%d probe:%d vlan:%d mac[%s]\n",
                 IpText(node.ip).c_str(), node.valid, node.probe, static_cast<int>(node.vlan),
                 onu_mac2str(node.mac, mac));
   };

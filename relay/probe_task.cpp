@@ -8,13 +8,13 @@ namespace {
 
 namespace base = dhcp::base;
 
-constexpr uint32_t period_us = 5000000;
+constexpr uint32_t round_us = 5000000;
 
-base::TaskLoop loop;
+base::TaskLoop probe_loop;
 
 /// The task can be cancelled also while it waits for an answer from the network: a stop does not wait for a round.
 void cycle() {
-  base::os.sleep_us(period_us);
+  base::os.sleep_us(round_us);
   DHCP_LOG(base::module_task, "Task entry", "%s", base::task_begin_text);
   dhcpr_dhcp_server_mac_probe();
   dhcp6_relay_dhcp_server_mac_probe();
@@ -25,4 +25,4 @@ void cycle() {
 
 int dhcp_probe_task_init() { return 0; }
 
-int dhcp_probe_task_entry(ModuleTaskEntry* row) { return loop.run(row, cycle); }
+int dhcp_probe_task_entry(ModuleTaskEntry* row) { return probe_loop.run(row, cycle); }

@@ -12,14 +12,13 @@ using dhcp::packet::Frame4;
 using dhcp::relay::Outcome;
 
 void log_received(const Frame4& frame) {
-  constexpr const char* log_name = "dhcp_relay";
   const auto number = static_cast<int>(base::interface_number(frame.in_intf()));
   if (base::is_group(frame.in_intf())) {
-    DHCP_LOG(base::module_relay, log_name, "recv a dhcp packet:vlan(%d),agg(%d),op(%d)", frame.vlan(), number,
-             frame.message().op());
+    DHCP_LOG(base::module_relay, dhcp::relay::frames_log, "recv a dhcp packet:vlan(%d),agg(%d),op(%d)", frame.vlan(),
+             number, frame.message().op());
   } else {
-    DHCP_LOG(base::module_relay, log_name, "recv a dhcp packet:vlan(%d),port(%d),op(%d)", frame.vlan(), number,
-             frame.message().op());
+    DHCP_LOG(base::module_relay, dhcp::relay::frames_log, "recv a dhcp packet:vlan(%d),port(%d),op(%d)", frame.vlan(),
+             number, frame.message().op());
   }
 }
 

@@ -10,8 +10,6 @@ static_assert(sizeof(void*) != 4 || (sizeof(DhcpServerNode) == 28 && sizeof(Dhcp
 
 namespace {
 
-constexpr int32_t default_route_port = 24;
-
 void free_ports() {
   if (dhcpr_cfg.port_list != nullptr) intf_order_list_free_node(dhcpr_cfg.port_list);
   dhcpr_cfg.port_list = nullptr;
@@ -28,7 +26,7 @@ DhcpRelayConfig dhcpr_cfg = {
     .send_sock = -1,
     .tag_mode = {0},
     .route_vlan = 0,
-    .route_port = {default_route_port},
+    .route_port = {dhcp::relay::default_route_port},
     .ifname = "eth0",
     .dev_mac = {},
     .dev_mac_valid = 0,

@@ -24,6 +24,13 @@ std::atomic_ref<T> shared(T& field) {
 
 inline bool management_vlan_mode() { return dhcpr_cfg.tag_mode.load(std::memory_order_relaxed) == 1; }
 
+/// Who speaks in the log: about settings and helpers, and about frames.
+inline constexpr const char* settings_log = "dhcpc";
+inline constexpr const char* frames_log = "dhcp_relay";
+
+/// The route port that goes without saying.
+inline constexpr int32_t default_route_port = 24;
+
 /// Verbosity below which the relay prints its lines about each frame.
 inline constexpr int32_t quiet_level = 2;
 inline int32_t debug_level() { return shared(dhcp_dbg_level).load(std::memory_order_relaxed); }

@@ -13,8 +13,8 @@ namespace eth = dhcp::packet::eth;
 namespace ip4 = dhcp::packet::ip4;
 using dhcp::packet::load_be16;
 using dhcp::packet::SendMode;
+using dhcp::relay::frames_log;
 
-constexpr const char* log_name = "dhcp_relay";
 constexpr int route_vlan_mode = 2;
 
 /// A member port of a group stands for the whole group, unless the frame came in on a group itself.
@@ -71,7 +71,7 @@ bool send_built(std::span<uint8_t> frame, uint32_t in_intf, uint32_t vlan, bool 
   record.in_intf = in_intf;
   point_at_headers(record, frame, tag);
   vlan = load_be16(record.vlan_tag + 2) & eth::vid_mask;
-  DHCP_LOG(base::module_relay, log_name, "send a dhcp packet:vlan(%d),from_port(%d) l3_flag(%d),request\n",
+  DHCP_LOG(base::module_relay, frames_log, "send a dhcp packet:vlan(%d),from_port(%d) l3_flag(%d),request\n",
            static_cast<int>(vlan), static_cast<int>(in_intf), l3 ? 1 : 0);
   if (l3) {
     dhcpr_send_packet(&record, in_intf, vlan);
@@ -91,12 +91,12 @@ int dhcpr_send_packet(skpack* skp, uint32_t in_intf, uint32_t vlan) {
   if (skp->data == nullptr || skp->psize < eth::destination.end()) return -1;
   const auto to = base::MacAddress::from(skp->data);
   if (to.is_broadcast()) {
-    DHCP_LOG(base::module_relay, log_name, "[%s]send packt to vlan broadcast, vlan[%d]\n", __func__,
+    DHCP_LOG(base::module_relay, frames_log, "[%s]send packt to vlan broadcast, vlan[%d]\n", __func__,
              static_cast<int>(vlan));
     dhcp::packet::send_flood(*skp, dhcpr_cfg.port_list, dhcpr_cfg.port_users, vlan);
     return 0;
   }
-  DHCP_LOG(base::module_relay, log_name, "[%s]send dhcp request dmac[%02x:%02x:%02x:%02x:%02x:%02x] tovid:%d\n",
+  DHCP_LOG(base::module_relay, frames_log, "[%s]send dhcp request dmac[%02x:%02x:%02x:%02x:%02x:%02x] tovid:%d\n",
            __func__, to.bytes[0], to.bytes[1], to.bytes[2], to.bytes[3], to.bytes[4], to.bytes[5],
            static_cast<int>(vlan));
   uint32_t port = 0;
@@ -105,7 +105,7 @@ int dhcpr_send_packet(skpack* skp, uint32_t in_intf, uint32_t vlan) {
     return 0;
   }
   port = with_its_group(port, in_intf);
-  DHCP_LOG(base::module_relay, log_name, "[%s]send packt to port forward, intf:%d vlan[%d]\n", __func__,
+  DHCP_LOG(base::module_relay, frames_log, "[%s]send packt to port forward, intf:%d vlan[%d]\n", __func__,
            static_cast<int>(port), static_cast<int>(vlan));
   dhcp::packet::send_to_port(*skp, port, vlan, SendMode::forwarded);
   return 0;

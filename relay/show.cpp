@@ -10,8 +10,6 @@ using dhcp::base::IpText;
 
 namespace {
 
-constexpr int32_t default_route_port = 24;
-
 void write_relay(FILE* out) {
   constexpr const char* row = "%-20s  %-18s  %s\n";
   fprintf(out, "\n%-32s %s \n", "DHCP relay status :", str_enable(dhcpr_cfg.status.load() != DHCPR_OFF ? 1 : 0));

@@ -16,15 +16,13 @@ namespace {
 
 using dhcp::base::module_relay;
 
-constexpr const char* log_name = "dhcp_relay";
-
 }  // namespace
 
 int DHCPR_socket() {
   const int descriptor = dhcp::base::os.socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   if (descriptor < 0) {
     const char* reason = strerror(errno);
-    DHCP_LOG_AT(module_relay, log_name, "dhcpr: socket create failed! %s\r\n", reason);
+    DHCP_LOG_AT(module_relay, dhcp::relay::frames_log, "dhcpr: socket create failed! %s\r\n", reason);
     fprintf(stderr, "dhcpr: socket create failed! %s\r\n", reason);
     return -1;
   }
@@ -32,7 +30,7 @@ int DHCPR_socket() {
   setsockopt(descriptor, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
   if (dhcp::base::bind_to_port(descriptor, dhcp::packet::udp::port_server)) return descriptor;
   const char* reason = strerror(errno);
-  DHCP_LOG_AT(module_relay, log_name, "dhcpr: socket bind failed! %s \r\n", reason);
+  DHCP_LOG_AT(module_relay, dhcp::relay::frames_log, "dhcpr: socket bind failed! %s \r\n", reason);
   close(descriptor);
   return -1;
 }

@@ -6,9 +6,9 @@
 
 namespace {
 
-constexpr uint32_t period_us = 1000000;
+constexpr uint32_t second_us = 1000000;
 
-dhcp::base::TaskLoop loop;
+dhcp::base::TaskLoop ticker_loop;
 
 }  // namespace
 
@@ -18,8 +18,8 @@ int dhcpc_task_init() {
 }
 
 int dhcpc_task_entry(ModuleTaskEntry* row) {
-  return loop.run(row, [] {
-    dhcp::base::os.sleep_us(period_us);
+  return ticker_loop.run(row, [] {
+    dhcp::base::os.sleep_us(second_us);
     dhcp::base::CycleLines lines;
     probe_dynamic_get_ip_dev_change();
   });

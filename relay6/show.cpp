@@ -20,7 +20,7 @@ void write_relay(FILE* out) {
   write_row(out, "--------------------", "----------------", "------");
   for (const auto& copy : destinations().copies()) {
     const Dhcp6ServerNode& node = copy.node;
-    write_row(out, Ip6Text(Ip6::from(node.ip6)).c_str(), node.out_intf != 0 ? str_intf_id(node.out_intf) : "--",
+    write_row(out, Ip6Text(node.ip6).c_str(), node.out_intf != 0 ? str_intf_id(node.out_intf) : "--",
               node.valid != 0 ? "valid" : "invalid");
   }
   fputc('\n', out);
@@ -33,7 +33,7 @@ int show_dhcp6_relay_info(char* path, int a, int b) { return dhcp::base::write_r
 int onu_dhcp6_relay_save(FILE* stream) {
   if (gDhcp6Relay.status.load() != 0) fputs("service dhcpv6-relay\r\n", stream);
   for (const auto& copy : destinations().copies()) {
-    fprintf(stream, "ipv6 dhcp relay destination %s", Ip6Text(Ip6::from(copy.node.ip6)).c_str());
+    fprintf(stream, "ipv6 dhcp relay destination %s", Ip6Text(copy.node.ip6).c_str());
     if (copy.node.out_intf != 0) {
       fprintf(stream, " interface gigabitethernet %d", static_cast<int>(copy.node.out_intf));
     }

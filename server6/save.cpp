@@ -9,14 +9,12 @@ using dhcp::base::Ip6Text;
 
 namespace {
 
-Ip6Text text_of(const uint8_t* ip6) { return Ip6Text(Ip6::from(ip6)); }
-
 void save_network(FILE* out, const Dhcp6Pool& pool) {
   if (!has_network(pool)) return;
   if (pool.prefix_len != 0) {
-    fprintf(out, "network-address %s %d\r\n", text_of(pool.start).c_str(), pool.prefix_len);
+    fprintf(out, "network-address %s %d\r\n", Ip6Text(pool.start).c_str(), pool.prefix_len);
   } else {
-    fprintf(out, "network-address %s %s\r\n", text_of(pool.start).c_str(), text_of(pool.end).c_str());
+    fprintf(out, "network-address %s %s\r\n", Ip6Text(pool.start).c_str(), Ip6Text(pool.end).c_str());
   }
 }
 
@@ -43,13 +41,13 @@ void save_pool(FILE* out, const Dhcp6Pool& pool) {
   save_network(out, pool);
   save_lifetimes(out, pool);
   for (int i = 0; i < pool.domain_count; ++i) fprintf(out, "domain-name %s\r\n", pool.domain[i]);
-  for (int i = 0; i < pool.dns_count; ++i) fprintf(out, "dns-server %s\r\n", text_of(pool.dns[i]).c_str());
+  for (int i = 0; i < pool.dns_count; ++i) fprintf(out, "dns-server %s\r\n", Ip6Text(pool.dns[i]).c_str());
   for (int i = 0; i < pool.exclude_count; ++i) {
-    fprintf(out, "excluded-address %s\r\n", text_of(pool.exclude[i]).c_str());
+    fprintf(out, "excluded-address %s\r\n", Ip6Text(pool.exclude[i]).c_str());
   }
   for (int i = 0; i < pool.host_count; ++i) {
     char mac[18];
-    fprintf(out, "static-binding %s %s\r\n", onu_mac2str(pool.host[i].mac, mac), text_of(pool.host[i].ip6).c_str());
+    fprintf(out, "static-binding %s %s\r\n", onu_mac2str(pool.host[i].mac, mac), Ip6Text(pool.host[i].ip6).c_str());
   }
   fputs("exit\r\n", out);
 }

@@ -15,8 +15,6 @@ using dhcp::base::Records;
 
 namespace {
 
-Ip6Text text_of(const uint8_t* ip6) { return Ip6Text(Ip6::from(ip6)); }
-
 void line(FILE* out, const char* name, const char* value) { fprintf(out, "%-30s : %s\n", name, value); }
 
 void write_lifetime(FILE* out, const char* name, uint32_t seconds) {
@@ -28,11 +26,11 @@ void write_lifetime(FILE* out, const char* name, uint32_t seconds) {
 }
 
 void write_network(FILE* out, const Dhcp6Pool& pool) {
-  line(out, "start ip", text_of(pool.start).c_str());
+  line(out, "start ip", Ip6Text(pool.start).c_str());
   if (pool.prefix_len != 0) {
     fprintf(out, "%-30s : %d\n", "prefix length", pool.prefix_len);
   } else {
-    line(out, "end ip", text_of(pool.end).c_str());
+    line(out, "end ip", Ip6Text(pool.end).c_str());
   }
 }
 
@@ -43,12 +41,12 @@ void write_pool(FILE* out, const Dhcp6Pool& pool) {
   write_lifetime(out, "preferred lifetime", pool.preferred);
   write_lifetime(out, "valid lifetime", pool.valid);
   for (int i = 0; i < pool.domain_count; ++i) line(out, "domain name", pool.domain[i]);
-  for (int i = 0; i < pool.dns_count; ++i) line(out, "dns server", text_of(pool.dns[i]).c_str());
-  for (int i = 0; i < pool.exclude_count; ++i) line(out, "excluded address", text_of(pool.exclude[i]).c_str());
+  for (int i = 0; i < pool.dns_count; ++i) line(out, "dns server", Ip6Text(pool.dns[i]).c_str());
+  for (int i = 0; i < pool.exclude_count; ++i) line(out, "excluded address", Ip6Text(pool.exclude[i]).c_str());
   for (int i = 0; i < pool.host_count; ++i) {
     char mac[18];
     fprintf(out, "%-30s : %s %s\n", "static binding", onu_mac2str(pool.host[i].mac, mac),
-            text_of(pool.host[i].ip6).c_str());
+            Ip6Text(pool.host[i].ip6).c_str());
   }
 }
 
@@ -62,7 +60,7 @@ void write_pools(FILE* out) {
 /// The client comes last: its identifier may be long.
 void write_binding(FILE* out, const Dhcp6Binding& binding) {
   const int64_t left = dhcp6_server_binding_left(&binding);
-  fprintf(out, "         %-39s %-6s %-18s ", text_of(binding.ip6).c_str(),
+  fprintf(out, "         %-39s %-6s %-18s ", Ip6Text(binding.ip6).c_str(),
           binding.ia_type == dhcp::packet::option6::ia_ta ? "IA_TA" : "IA_NA",
           left < 0 ? "infinite" : dhcp::base::TimeLeftText(static_cast<uint32_t>(left)).c_str());
   for (int i = 0; i < binding.id_len; ++i) fprintf(out, "%02x", binding.client_id[i]);
@@ -90,7 +88,7 @@ void write_conflicts(FILE* out) {
   fprintf(out, "\n         %-39s  %-20s\n", "IP Address", "   Detection Time");
   fprintf(out, "         %-39s  %-20s\n", "----------", "--------------------");
   for (const Dhcp6ConflictIp& conflict : Records<Dhcp6ConflictIp>(dhcp6s_cfg.conflicts.head)) {
-    fprintf(out, "         %-39s  %-20s\n", text_of(conflict.ip6).c_str(), dhcp::base::DateText(conflict.time).c_str());
+    fprintf(out, "         %-39s  %-20s\n", Ip6Text(conflict.ip6).c_str(), dhcp::base::DateText(conflict.time).c_str());
   }
   fputc('\n', out);
 }

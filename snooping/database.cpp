@@ -12,7 +12,7 @@ namespace dhcp::snooping {
 
 namespace {
 
-constexpr const char* log_name = "DHCPS_writeflash";
+constexpr const char* database_log = "DHCPS_writeflash";
 
 binding::Database<BindingRules> database(bindings,
                                          {"/var/config/dhcp_snoop_table.ini", "/var/tmp/dhcp_snoop_table.ini"});
@@ -69,12 +69,15 @@ int set_dhcp_snoop_writeflash(int mode, int interval_s) {
   database.set_mode(mode, interval_s, g_dhcp_snooping.writeflash_enable, g_dhcp_snooping.writeflash_interval);
   switch (mode) {
     case dhcp::binding::write_cyclic:
-      DHCP_LOG_AT(dhcp::base::module_service, log_name, "open circle writeflash function,circle time:%d s", interval_s);
+      DHCP_LOG_AT(dhcp::base::module_service, database_log, "open circle writeflash function,circle time:%d s",
+                  interval_s);
       break;
     case dhcp::binding::write_never:
-      DHCP_LOG_AT(dhcp::base::module_service, log_name, "close circle writeflash function");
+      DHCP_LOG_AT(dhcp::base::module_service, database_log, "close circle writeflash function");
       break;
-    case dhcp::binding::write_once: DHCP_LOG_AT(dhcp::base::module_service, log_name, "immediately write flash"); break;
+    case dhcp::binding::write_once:
+      DHCP_LOG_AT(dhcp::base::module_service, database_log, "immediately write flash");
+      break;
     default: break;
   }
   return 0;

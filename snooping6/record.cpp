@@ -38,7 +38,7 @@ void set_defaults() {
 }
 
 /// Host calls may come before the service's own beginning.
-[[maybe_unused]] const bool made_at_load = (bindings.reset(), true);
+[[maybe_unused]] const bool reset_at_load = (bindings.reset(), true);
 
 }  // namespace
 

@@ -7,19 +7,19 @@ namespace dhcp::trap {
 
 namespace {
 
-CpuRules rules(10, 68, 67);  // UDP destinations (RFC 2131 section 4.1)
+CpuRules rules4(10, 68, 67);  // UDP destinations (RFC 2131 section 4.1)
 
 }  // namespace
 
-bool dhcp4_installed() { return rules.installed(); }
+bool dhcp4_installed() { return rules4.installed(); }
 
 int ports_changed() {
   if (!dhcp4_installed()) return 0;
-  rules.close();
-  return rules.open();
+  rules4.close();
+  return rules4.open();
 }
 
 }  // namespace dhcp::trap
 
-int open_dhcp_cpu() { return dhcp::trap::rules.open(); }
-int close_dhcp_cpu() { return dhcp::trap::rules.close(); }
+int open_dhcp_cpu() { return dhcp::trap::rules4.open(); }
+int close_dhcp_cpu() { return dhcp::trap::rules4.close(); }

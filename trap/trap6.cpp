@@ -11,7 +11,7 @@ namespace {
 constexpr uint32_t group = 11, untrusted_rule = 2;
 constexpr uint16_t server_port = 547, client_port = 546;  // UDP destinations (RFC 8415 section 7.2)
 
-CpuRules rules(group, client_port, server_port);
+CpuRules rules6(group, client_port, server_port);
 
 }  // namespace
 
@@ -19,9 +19,9 @@ CpuRules rules(group, client_port, server_port);
 
 using namespace dhcp::trap;
 
-int open_dhcp6_cpu() { return rules.open(); }
-int close_dhcp6_cpu() { return rules.close(); }
-int add_dhcp6_acl_rule(uint32_t lo, uint32_t hi) { return rules.install({lo, hi}); }
+int open_dhcp6_cpu() { return rules6.open(); }
+int close_dhcp6_cpu() { return rules6.close(); }
+int add_dhcp6_acl_rule(uint32_t lo, uint32_t hi) { return rules6.install({lo, hi}); }
 
 int add_dhcp6_notrust_port_acl_rule(uint32_t lo, uint32_t hi) {
   return install_rule(group, untrusted_rule, client_port, {lo, hi}, Treatment::drop);
