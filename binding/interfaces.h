@@ -1,4 +1,4 @@
-/// The interfaces of one snooping, with what is set for each and what became of its frames.
+/// The interfaces of one snooping, with what is set for each.
 ///
 /// The list belongs to the service's record and is walked under its busy word. Interfaces are added, never taken out,
 /// until the service ends, so what find() gives is good while the service's lock is held.
@@ -6,25 +6,18 @@
 
 #include <atomic>
 #include <cstdint>
-#include <type_traits>
 #include <utility>
 
+#include "base/frame_counts.h"
 #include "base/guard.h"
 #include "base/port_list.h"
 #include "dhcp/binding.h"
 
 namespace dhcp::binding {
 
-/// An interface as it is allocated: the record, and the fates of its frames.
-template <class Counters>
-struct CountedInterface : SnoopIntfEntry {
-  Counters counters;
-};
-
-template <class Counters>
 class Interfaces {
  public:
-  using Node = CountedInterface<Counters>;
+  using Node = SnoopIntfEntry;
 
   constexpr Interfaces(intf_order_list*& list, int32_t& count, std::atomic<uint32_t>& busy)
       : list_(list), count_(count), busy_(busy) {}
@@ -75,7 +68,7 @@ class Interfaces {
   }
 
  private:
-  static Node& entry(intf_order_node& node) { return static_cast<Node&>(reinterpret_cast<SnoopIntfEntry&>(node)); }
+  static Node& entry(intf_order_node& node) { return reinterpret_cast<Node&>(node); }
 
   /// The caller holds the busy word.
   Node* search(uint32_t intf) const {
@@ -89,53 +82,24 @@ class Interfaces {
   std::atomic<uint32_t>& busy_;
 };
 
-/// How many frames met which fate. Those of interfaces that are not listed, and those without headers, are shown as
-/// interface 0.
-template <class Counters>
-class FrameCounts {
- public:
-  using Node = CountedInterface<Counters>;
-
-  /// `port` is null for a frame from an interface that is not listed. A type beyond the counters' columns is 0.
-  void count(Node* port, DhcpSnoopVerdict verdict, unsigned type) {
-    Counters& counters = port != nullptr ? port->counters : unlisted_;
-    constexpr unsigned columns = std::extent_v<decltype(Counters::count), 1>;
-    ++counters.count[verdict][type < columns ? type : 0];
+/// Copies the counts of a listed interface; 0 = those of frames that came from no listed one. 0, or -1.
+template <size_t fates, size_t types>
+int copy_counts(const base::FrameCountView& counts, const Interfaces& interfaces, uint32_t intf,
+                uint32_t (&out)[fates][types]) {
+  if (intf != 0 && interfaces.find(intf) == nullptr) return -1;
+  for (size_t fate = 0; fate < fates; ++fate) {
+    for (size_t type = 0; type < types; ++type) out[fate][type] = counts.at(base::count_row(intf), fate, type);
   }
+  return 0;
+}
 
-  /// A frame without headers ends before the lock is taken, so this count stands apart.
-  void count_headerless() { headerless_.fetch_add(1, std::memory_order_relaxed); }
-
-  int copy(const Interfaces<Counters>& interfaces, uint32_t intf, Counters& out) const {
-    if (intf == 0) {
-      out = unlisted_;
-      out.count[DHCP_SNOOP_MALFORMED][0] += headerless_.load(std::memory_order_relaxed);
-      return 0;
-    }
-    const Node* port = interfaces.find(intf);
-    if (port == nullptr) return -1;
-    out = port->counters;
-    return 0;
-  }
-
-  /// Clears an interface's counters; 0 = everything.
-  void clear(const Interfaces<Counters>& interfaces, uint32_t intf) {
-    interfaces.each([intf](Node& node) {
-      if (intf != 0 && node.ifindex != intf) return;
-      node.dropped_ack = node.dropped_offer = 0;
-      node.counters = {};
-    });
-    if (intf == 0) clear_unlisted();
-  }
-
-  void clear_unlisted() {
-    unlisted_ = {};
-    headerless_.store(0, std::memory_order_relaxed);
-  }
-
- private:
-  Counters unlisted_{};
-  std::atomic<uint32_t> headerless_{0};
-};
+/// Begins counting again for an interface; 0 = everything.
+inline void clear_counts(base::FrameCountView counts, const Interfaces& interfaces, uint32_t intf) {
+  interfaces.each([=](Interfaces::Node& node) {
+    if (intf == 0 || node.ifindex == intf) node.dropped_ack = node.dropped_offer = 0;
+  });
+  if (intf == 0) return counts.clear();
+  if (interfaces.find(intf) != nullptr) counts.clear(base::count_row(intf));
+}
 
 }  // namespace dhcp::binding

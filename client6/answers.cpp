@@ -142,7 +142,8 @@ Dhcp6cVerdict take(const packet::Frame6& frame) {
   return answer.is(MessageType6::reply) ? replied(*node, answer) : advertised(*node, answer);
 }
 
-Dhcp6cVerdict receive(const skpack& skp) {
+/// `type` becomes that of the message, as soon as there is one.
+Dhcp6cVerdict receive(const skpack& skp, uint8_t& type) {
   DHCP_LOG(base::module_frame, "dhcpc", "dhcpv6 packet process enter..");
   const auto link = packet::LinkFrame::parse(skp);
   if (!link || !link->tagged()) {
@@ -155,7 +156,8 @@ Dhcp6cVerdict receive(const skpack& skp) {
     return DHCP6C_MALFORMED;
   }
   const auto& message = frame->message();
-  DHCP_LOG(base::module_frame, "dhcpc", "Receive dhcp message type = %d\n", message.type());
+  type = message.type();
+  DHCP_LOG(base::module_frame, "dhcpc", "Receive dhcp message type = %d\n", type);
   if (!message.is(MessageType6::advertise) && !message.is(MessageType6::reply)) return DHCP6C_OTHER_TYPE;
   if (dhcpc6_golbal_config.node_count == 0) return DHCP6C_NO_INTERFACE;
   return take(*frame);
@@ -166,7 +168,8 @@ Dhcp6cVerdict receive(const skpack& skp) {
 }  // namespace dhcp::client6
 
 int dhcp6_client_packet_process(skpack* skp) {
-  const Dhcp6cVerdict verdict = dhcp::client6::receive(*skp);
-  dhcp::client6::count_received(verdict);
+  uint8_t type = 0;
+  const Dhcp6cVerdict verdict = dhcp::client6::receive(*skp, type);
+  dhcp::client6::frame_counts.count(skp->in_intf, verdict, type);
   return verdict == DHCP6C_OTHER_TYPE || verdict == DHCP6C_NO_INTERFACE ? 0 : -1;
 }

@@ -9,9 +9,8 @@ namespace {
 
 constexpr size_t message_types = 9;
 
-/// Several threads count, and any may read.
+/// What was sent. Several threads count, and any may read.
 struct Counters {
-  std::array<std::atomic<uint32_t>, DHCP6C_VERDICTS> received{};
   std::array<std::atomic<uint32_t>, message_types> sent{};
   std::atomic<uint32_t> not_sent{0};
 };
@@ -25,22 +24,24 @@ constexpr std::array<const char*, DHCP6C_VERDICTS> names{
 
 }  // namespace
 
-void count_received(Dhcp6cVerdict verdict) { ++counters.received[verdict]; }
+FrameCounts frame_counts;
+
 void count_sent(packet::MessageType6 type) { ++counters.sent[static_cast<size_t>(type)]; }
 void count_not_sent() { ++counters.not_sent; }
 
 }  // namespace dhcp::client6
 
 using dhcp::client6::counters;
+using dhcp::client6::frame_counts;
 
 void dhcp6c_get_counters(Dhcp6cCounters* out) {
-  for (size_t i = 0; i < counters.received.size(); ++i) out->received[i] = counters.received[i];
+  for (size_t i = 0; i < DHCP6C_VERDICTS; ++i) out->received[i] = frame_counts.view().sum(i);
   for (size_t i = 0; i < counters.sent.size(); ++i) out->sent[i] = counters.sent[i];
   out->not_sent = counters.not_sent;
 }
 
 void dhcp6c_clear_counters() {
-  for (auto& count : counters.received) count = 0;
+  frame_counts.view().clear();
   for (auto& count : counters.sent) count = 0;
   counters.not_sent = 0;
 }

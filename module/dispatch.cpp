@@ -12,6 +12,7 @@
 #include "dhcp/server6.h"
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
+#include "module/counters.h"
 #include "module/module.h"
 #include "packet/bytes.h"
 #include "packet/nic.h"
@@ -56,7 +57,10 @@ bool to_eth0(const skpack& skp) { return to_mac_of("eth0", skp); }
 
 /// Without the relay, what is addressed to the device itself on a snooping switch is for nobody.
 int snoop(skpack* skp) {
-  if (!base::relay_on() && to_mac_of(dhcpr_cfg.ifname, *skp)) return -1;
+  if (!base::relay_on() && to_mac_of(dhcpr_cfg.ifname, *skp)) {
+    dispatch_counts.count(skp->in_intf, DHCP_DISPATCH_FOR_DEVICE, 0);
+    return -1;
+  }
   return dhcp_packet_snooping_process(skp);
 }
 
@@ -79,19 +83,25 @@ constexpr std::array ipv6_stages{
 };
 
 void walk(std::span<const Stage> stages, skpack* skp) {
-  bool consumed = false;
+  bool asked = false, consumed = false;
   for (const Stage& stage : stages) {
     if ((consumed && !stage.always) || !stage.on(*skp)) continue;
     DHCP_LOG(base::module_service, stage.name, "%s", stage.receive_text);
     const int result = stage.process(skp);
+    asked = true;
     if (stage.answer == Answer::consumes && result != 0) consumed = true;
   }
+  if (!asked) dispatch_counts.count(skp->in_intf, DHCP_DISPATCH_NO_SERVICE, 0);
 }
 
 /// A frame is released here and nowhere else.
 void frame_received(std::span<const Stage> stages, skpack* skp) {
   if (skp == nullptr) return;
-  if (__adp_receive_frame(skp, 1) >= 0) walk(stages, skp);
+  if (__adp_receive_frame(skp, 1) >= 0) {
+    walk(stages, skp);
+  } else {
+    dispatch_counts.count(skp->in_intf, DHCP_DISPATCH_UNUSABLE, 0);
+  }
   skpack_release(skp);
 }
 

@@ -74,6 +74,12 @@ std::optional<uint8_t> byte_option(const Message4& message, uint8_t code) {
   return (*value)[0];
 }
 
+uint8_t message_type_of(const Message4& message) {
+  const auto options = message.options();
+  const bool comes_first = options.size() > 2 && options[0] == option::message_type && options[1] == 1;
+  return comes_first ? options[2] : byte_option(message, option::message_type).value_or(0);
+}
+
 std::optional<uint32_t> ip_option(const Message4& message, uint8_t code) {
   const auto value = find_in_frame(message, code);
   if (!value || value->size() < 4) return std::nullopt;

@@ -47,6 +47,9 @@ std::optional<std::span<uint8_t>> find_in_frame(const Message4& message, uint8_t
 std::optional<uint8_t> byte_option(const Message4& message, uint8_t code);
 std::optional<uint32_t> ip_option(const Message4& message, uint8_t code);
 
+/// Option 53 (RFC 2132 section 9.6), looked for in all of the frame; 0 without one.
+uint8_t message_type_of(const Message4& message);
+
 /// Appends options to an area; the first one that does not fit makes the writer fail for good.
 class OptionWriter4 {
  public:

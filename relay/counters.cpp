@@ -5,7 +5,6 @@
 
 namespace {
 
-std::array<std::atomic<uint32_t>, DHCPR_VERDICTS> verdicts;
 std::atomic<uint32_t> unknown_destination;
 
 constexpr std::array<const char*, DHCPR_VERDICTS> names{
@@ -17,19 +16,22 @@ constexpr std::array<const char*, DHCPR_VERDICTS> names{
 
 namespace dhcp::relay {
 
-void count_verdict(DhcpRelayVerdict verdict) { verdicts[verdict].fetch_add(1, std::memory_order_relaxed); }
+FrameCounts frame_counts;
+
 void count_unknown_destination() { unknown_destination.fetch_add(1, std::memory_order_relaxed); }
 
 }  // namespace dhcp::relay
 
+using dhcp::relay::frame_counts;
+
 void dhcp_relay_get_counters(DhcpRelayCounters* out) {
-  for (size_t i = 0; i < verdicts.size(); ++i) out->verdicts[i] = verdicts[i].load(std::memory_order_relaxed);
+  for (size_t i = 0; i < DHCPR_VERDICTS; ++i) out->verdicts[i] = frame_counts.view().sum(i);
   out->unknown_destination = unknown_destination.load(std::memory_order_relaxed);
   out->transactions = static_cast<uint32_t>(dhcp::relay::shared(dhcpr_cfg.info_count).load(std::memory_order_relaxed));
 }
 
 void dhcp_relay_clear_counters() {
-  for (auto& count : verdicts) count.store(0, std::memory_order_relaxed);
+  frame_counts.view().clear();
   unknown_destination.store(0, std::memory_order_relaxed);
 }
 

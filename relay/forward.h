@@ -13,6 +13,7 @@ namespace dhcp::relay {
 struct Outcome {
   int result;
   DhcpRelayVerdict verdict;
+  uint8_t type = 0;  // of the message, where it was read
 };
 
 Outcome relay_request(skpack& skp, uint32_t in_intf, uint32_t vlan);

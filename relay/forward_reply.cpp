@@ -56,18 +56,19 @@ bool for_the_device(const packet::Frame4& frame) {
 }  // namespace
 
 Outcome relay_reply(packet::Frame4& frame, skpack& skp) {
+  const uint8_t type = packet::message_type_of(frame.message());
   const base::MacAddress client = frame.message().client_mac();
   uint32_t from_vlan = 0;
   uint16_t to_all = 0;
   if (get_dhcp_info(client.bytes.data(), nullptr, nullptr, &from_vlan, &to_all) != 0) {
-    if (for_the_device(frame)) return {0, DHCPR_REPLY_FOR_DEVICE};
+    if (for_the_device(frame)) return {0, DHCPR_REPLY_FOR_DEVICE, type};
     send_reply(skp, frame.in_intf(), frame.vlan());
-    return {0, DHCPR_REPLY_PASSED_ON};
+    return {0, DHCPR_REPLY_PASSED_ON, type};
   }
   frame.set_vlan(static_cast<uint16_t>(from_vlan));
   readdress(frame, client.bytes.data(), to_all == 1);
   send_reply(skp, frame.in_intf(), from_vlan);
-  return {0, DHCPR_REPLY_TO_CLIENT};
+  return {0, DHCPR_REPLY_TO_CLIENT, type};
 }
 
 }  // namespace dhcp::relay

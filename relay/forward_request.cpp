@@ -91,6 +91,15 @@ Outcome pass_on(const Request& request, skpack& skp, std::span<uint8_t> buffer, 
   return {0, no_way ? DHCPR_REQUEST_NO_HELPER : DHCPR_REQUEST_TO_PORT};
 }
 
+Outcome hand_on(const Request& request, skpack& skp, std::span<uint8_t> buffer, const Ingress& from) {
+  if (management_vlan_mode()) {
+    bool chosen = false;
+    const auto to = choose_helpers(request, chosen);
+    if (to.count != 0) return route(request, skp, to, chosen, buffer, from);
+  }
+  return pass_on(request, skp, buffer, from);
+}
+
 }  // namespace
 
 Outcome relay_request(skpack& skp, uint32_t in_intf, uint32_t vlan) {
@@ -99,12 +108,9 @@ Outcome relay_request(skpack& skp, uint32_t in_intf, uint32_t vlan) {
   const auto request = Request::parse({skp.data, skp.psize});
   if (!request) return {-1, DHCPR_REQUEST_MALFORMED};
   const Ingress from{in_intf, low16(vlan)};
-  if (management_vlan_mode()) {
-    bool chosen = false;
-    const auto to = choose_helpers(*request, chosen);
-    if (to.count != 0) return route(*request, skp, to, chosen, buffer_of(out), from);
-  }
-  return pass_on(*request, skp, buffer_of(out), from);
+  Outcome outcome = hand_on(*request, skp, buffer_of(out), from);
+  outcome.type = request->message_type();
+  return outcome;
 }
 
 }  // namespace dhcp::relay

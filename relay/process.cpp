@@ -48,6 +48,6 @@ Outcome handle(skpack& skp) {
 
 int dhcpr_packet_process(skpack* skp) {
   const Outcome outcome = handle(*skp);
-  dhcp::relay::count_verdict(outcome.verdict);
+  dhcp::relay::frame_counts.count(skp->in_intf, outcome.verdict, outcome.type);
   return outcome.result;
 }

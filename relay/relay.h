@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "base/frame_counts.h"
 #include "base/mac.h"
 #include "dhcp/relay.h"
 
@@ -41,7 +42,10 @@ base::MacAddress device_mac();
 /// Forgets the clients whose requests were relayed.
 void clear_transactions();
 
-void count_verdict(DhcpRelayVerdict verdict);
+/// By message type: option 53, 0 when there is none or the options were not read.
+using FrameCounts = base::FrameCounts<DHCP_SERVICE_RELAY, DHCPR_VERDICTS, 9>;
+extern FrameCounts frame_counts;
+/// One that went nowhere because the device does not know its MAC.
 void count_unknown_destination();
 
 }  // namespace dhcp::relay

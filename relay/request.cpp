@@ -96,6 +96,7 @@ bool Request::walk() {
   while ((step = packet::next_option(options, index, found)) == packet::OptionStep::found) {
     if (found.code == option::agent_information) has_option82_ = true;
     if (found.code == option::overload) overloaded_ = true;
+    if (found.code == option::message_type && type_ == 0 && !found.value.empty()) type_ = found.value.front();
     const bool named = !server_ && found.code == option::server_id && found.value.size() >= 4;
     if (named && index <= packet::options_read_limit) server_ = load_be32(found.value.data());
   }

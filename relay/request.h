@@ -27,6 +27,8 @@ class Request {
 
   std::span<const uint8_t> bytes() const { return frame_; }
   uint8_t hops() const;
+  /// Option 53 (RFC 2132 section 9.6); 0 without one.
+  uint8_t message_type() const { return type_; }
   bool has_option82() const { return has_option82_; }
   /// Offset of the end option.
   size_t end() const { return end_; }
@@ -40,6 +42,7 @@ class Request {
 
   std::span<uint8_t> frame_;
   size_t end_ = 0;
+  uint8_t type_ = 0;
   bool has_option82_ = false, overloaded_ = false;
   std::optional<uint32_t> server_;
 };

@@ -6,7 +6,6 @@
 
 namespace {
 
-std::array<std::atomic<uint32_t>, DHCP6_RELAY_VERDICTS> verdicts;
 std::atomic<uint32_t> unknown_destination;
 
 constexpr std::array<const char*, DHCP6_RELAY_VERDICTS> names{
@@ -19,19 +18,22 @@ constexpr std::array<const char*, DHCP6_RELAY_VERDICTS> names{
 
 namespace dhcp::relay6 {
 
-void count_verdict(Dhcp6RelayVerdict verdict) { verdicts[verdict].fetch_add(1, std::memory_order_relaxed); }
+FrameCounts frame_counts;
+
 void count_unknown_destination() { unknown_destination.fetch_add(1, std::memory_order_relaxed); }
 
 }  // namespace dhcp::relay6
 
+using dhcp::relay6::frame_counts;
+
 void dhcp6_relay_get_counters(Dhcp6RelayCounters* out) {
-  std::copy(verdicts.begin(), verdicts.end(), out->verdicts);
+  for (size_t i = 0; i < DHCP6_RELAY_VERDICTS; ++i) out->verdicts[i] = frame_counts.view().sum(i);
   out->unknown_destination = unknown_destination;
   out->clients = static_cast<uint32_t>(gDhcp6Relay.info_count.load());
 }
 
 void dhcp6_relay_clear_counters() {
-  for (auto& count : verdicts) count = 0;
+  frame_counts.view().clear();
   unknown_destination = 0;
 }
 

@@ -128,7 +128,7 @@ using namespace dhcp;
 int dhcp6_relay_packet_process(skpack* skp) {
   const auto frame = packet::Frame6::parse(*skp, packet::UdpPointer::ud_hdr_or_upper);
   if (!frame || !frame->tagged()) {
-    relay6::count_verdict(DHCP6_RELAY_UNTAGGED);
+    relay6::frame_counts.count(skp->in_intf, DHCP6_RELAY_UNTAGGED, frame ? frame->message().type() : 0);
     return -1;
   }
   const int vlan = frame->vlan();
@@ -136,7 +136,7 @@ int dhcp6_relay_packet_process(skpack* skp) {
   DHCP_LOG_AT(base::module_frame, relay6::log_name, "packet,recv a dhcp packet:vlan(%d),port(%d),message_type(%d)",
               vlan, static_cast<int>(frame->in_intf()), frame->message().type());
   const Dhcp6RelayVerdict verdict = relay6::relay(*frame);
-  relay6::count_verdict(verdict);
+  relay6::frame_counts.count(skp->in_intf, verdict, frame->message().type());
   return relay6::result_of(verdict);
 }
 

@@ -7,6 +7,7 @@
 
 #include <optional>
 
+#include "base/frame_counts.h"
 #include "base/helper_table.h"
 #include "base/ip6.h"
 #include "base/log.h"
@@ -40,8 +41,9 @@ void clear_clients();
 /// A new destination is to be probed without waiting for the rounds that are skipped.
 void restart_probing();
 
-/// Counts one frame's fate, or one that was not sent because the device does not know its MAC.
-void count_verdict(Dhcp6RelayVerdict verdict);
+using FrameCounts = base::FrameCounts<DHCP_SERVICE_RELAY6, DHCP6_RELAY_VERDICTS, 14>;
+extern FrameCounts frame_counts;
+/// One that went nowhere because the device does not know its MAC.
 void count_unknown_destination();
 
 }  // namespace dhcp::relay6

@@ -6,6 +6,7 @@
 #include "platform/adp.h"
 #include "server/bindings.h"
 #include "server/conflicts.h"
+#include "server/counters.h"
 #include "server/reply.h"
 #include "server/request.h"
 
@@ -14,8 +15,6 @@ namespace dhcp::server {
 namespace {
 
 using packet::MessageType;
-
-constexpr int handled = 0, ignored = -1;
 
 /// The lines of all steps are said in the name of the one function that the host knows.
 constexpr const char* speaker = "dhcp_server_packet_process";
@@ -31,7 +30,7 @@ void drop_binding(const ClientKey& key, DhcpPool& pool, uint32_t ip) {
   if (binding != nullptr) dhcp_delete_binding(binding, &pool);
 }
 
-int on_discover(Request& request, DhcpPool& pool, DhcpStaticHost* host) {
+DhcpServerVerdict on_discover(Request& request, DhcpPool& pool, DhcpStaticHost* host) {
   SAY_AT("Receive dhcp discover message\n");
   const ClientKey key = request.key();
   SpareNode held = take_back(key, pool);
@@ -42,18 +41,18 @@ int on_discover(Request& request, DhcpPool& pool, DhcpStaticHost* host) {
   const uint32_t ip = dhcp_select_ip_addr(&pool, host, wanted);
   if (ip == 0) {
     SAY_AT("No free address available in the pool %d\n", static_cast<int>(pool.pool_id));
-    return ignored;
+    return DHCPS_VERDICT_NO_FREE_ADDRESS;
   }
   SAY_AT("add binding\n");
   DhcpBinding* binding = add_binding(key, request.message().xid(), pool, ip, std::move(held));
-  if (binding == nullptr) return ignored;
+  if (binding == nullptr) return DHCPS_VERDICT_TABLE_FULL;
   SAY_AT("send offer\n");
-  if (send_offer(request, pool, ip) == 0) return handled;
+  if (send_offer(request, pool, ip) == 0) return DHCPS_VERDICT_OFFERED;
 
   SAY_AT("send offer failed delete binding\n");
   const base::BusyGuard busy(dhcps_cfg.bindings.busy);
   dhcp_delete_binding(binding, &pool);
-  return ignored;
+  return DHCPS_VERDICT_NOT_SENT;
 }
 
 /// An address that is never acknowledged: also a client's own static one, which is only offered.
@@ -71,50 +70,54 @@ bool confirm_binding(const ClientKey& key, const DhcpPool& pool, uint32_t ip) {
   return true;
 }
 
-int on_request(Request& request, DhcpPool& pool) {
+DhcpServerVerdict sent_or_not(int result, DhcpServerVerdict verdict) {
+  return result == 0 ? verdict : DHCPS_VERDICT_NOT_SENT;
+}
+
+DhcpServerVerdict on_request(Request& request, DhcpPool& pool) {
   SAY("dhcp request", "Receive dhcp request message\n");
   const auto option = request.requested_ip();
   uint32_t ip = option.value_or(0);
   if (ip == 0) ip = request.message().ciaddr();
   if (ip == 0) {
     SAY_AT("no request ip and no ciaddr, ignoring...\n");
-    return ignored;
+    return DHCPS_VERDICT_NO_ADDRESS;
   }
   if (refused(pool, ip)) {
     SAY_AT("request ip is invalid...\n");
-    return ignored;
+    return DHCPS_VERDICT_NOT_LEASABLE;
   }
   if (confirm_binding(request.key(), pool, ip)) {
-    send_ack(request, pool, ip);
-  } else if (request.names_server() || option) {
-    // A renewal that only names its address stays without an answer: another server may know the client.
-    send_nack(request);
+    return sent_or_not(send_ack(request, pool, ip), DHCPS_VERDICT_ACKNOWLEDGED);
   }
-  return handled;
+  // A renewal that only names its address stays without an answer: another server may know the client.
+  if (!request.names_server() && !option) return DHCPS_VERDICT_UNKNOWN_CLIENT;
+  return sent_or_not(send_nack(request), DHCPS_VERDICT_REFUSED);
 }
 
-int on_decline(Request& request, DhcpPool& pool) {
+DhcpServerVerdict on_decline(Request& request, DhcpPool& pool) {
   SAY_AT_SPACED("dhcp decline", "Receive dhcp decline message\n");
   const auto ip = request.requested_ip();
-  if (!request.names_server() || !ip) return handled;
+  if (!request.names_server()) return DHCPS_VERDICT_NO_SERVER_ID;
+  if (!ip) return DHCPS_VERDICT_NO_ADDRESS;
   drop_binding(request.key(), pool, *ip);
   dhcp_add_conflict_ip(*ip);
-  return handled;
+  return DHCPS_VERDICT_DECLINED;
 }
 
-int on_release(Request& request, DhcpPool& pool) {
+DhcpServerVerdict on_release(Request& request, DhcpPool& pool) {
   SAY_AT_SPACED("dhcp release", "Receive dhcp release message\n");
-  if (request.names_server()) drop_binding(request.key(), pool, request.message().ciaddr());
-  return handled;
+  if (!request.names_server()) return DHCPS_VERDICT_NO_SERVER_ID;
+  drop_binding(request.key(), pool, request.message().ciaddr());
+  return DHCPS_VERDICT_RELEASED;
 }
 
-int on_inform(Request& request, DhcpPool& pool) {
+DhcpServerVerdict on_inform(Request& request, DhcpPool& pool) {
   SAY_AT_SPACED("dhcp inform", "Receive dhcp inform message\n");
-  send_ack(request, pool, 0);
-  return handled;
+  return sent_or_not(send_ack(request, pool, 0), DHCPS_VERDICT_ACKNOWLEDGED);
 }
 
-int on_message(Request& request, MessageType type, DhcpPool& pool, DhcpStaticHost* host) {
+DhcpServerVerdict on_message(Request& request, MessageType type, DhcpPool& pool, DhcpStaticHost* host) {
   switch (type) {
     case MessageType::discover: return on_discover(request, pool, host);
     case MessageType::request: return on_request(request, pool);
@@ -125,19 +128,14 @@ int on_message(Request& request, MessageType type, DhcpPool& pool, DhcpStaticHos
     case MessageType::ack:
     case MessageType::nak: break;
   }
-  return handled;
+  return DHCPS_VERDICT_OTHER_TYPE;
 }
 
-/// The message's type, or nothing when it has none of the eight.
-std::optional<MessageType> type_of(const Request& request) {
-  const uint8_t type = packet::byte_option(request.message(), packet::option::message_type).value_or(0);
-  if (type < static_cast<uint8_t>(MessageType::discover) || type > static_cast<uint8_t>(MessageType::inform)) {
-    return std::nullopt;
-  }
-  return static_cast<MessageType>(type);
+bool known_type(uint8_t type) {
+  return type >= static_cast<uint8_t>(MessageType::discover) && type <= static_cast<uint8_t>(MessageType::inform);
 }
 
-int process(Request& request, skpack& skp) {
+DhcpServerVerdict process(Request& request, uint8_t type, skpack& skp) {
   DhcpPool* pool = request.pool();
   if (pool == nullptr) {
     // Nobody here serves the client; a server behind another port may.
@@ -145,19 +143,40 @@ int process(Request& request, skpack& skp) {
       __adp_transmit_frame(&skp, nullptr, static_cast<uint32_t>(request.vlan()),
                            static_cast<int>(packet::SendMode::flood));
     }
-    return ignored;
+    return DHCPS_VERDICT_NO_POOL;
   }
   DhcpStaticHost* host = dhcp_get_static_host(pool, request.message().client_mac().bytes.data());
-  const auto type = type_of(request);
-  if (!type) {
+  if (!known_type(type)) {
     SAY_AT("no or bad message type option, ignoring packet");
-    return ignored;
+    return DHCPS_VERDICT_NO_MESSAGE_TYPE;
   }
   if (request.for_other_server()) {
     SAY_AT("Server ID doesn't match ,ignoring...\n");
-    return ignored;
+    return DHCPS_VERDICT_OTHER_SERVER;
   }
-  return on_message(request, *type, *pool, host);
+  return on_message(request, static_cast<MessageType>(type), *pool, host);
+}
+
+/// What the dispatcher is told: whether the message was handled by its type.
+int result_of(DhcpServerVerdict verdict, uint8_t type) {
+  switch (verdict) {
+    case DHCPS_VERDICT_NO_ADDRESS: return type == static_cast<uint8_t>(MessageType::request) ? -1 : 0;
+    case DHCPS_VERDICT_NOT_SENT: return type == static_cast<uint8_t>(MessageType::discover) ? -1 : 0;
+    case DHCPS_VERDICT_MALFORMED:
+    case DHCPS_VERDICT_UNTAGGED:
+    case DHCPS_VERDICT_NO_POOL:
+    case DHCPS_VERDICT_NO_MESSAGE_TYPE:
+    case DHCPS_VERDICT_OTHER_SERVER:
+    case DHCPS_VERDICT_NO_FREE_ADDRESS:
+    case DHCPS_VERDICT_TABLE_FULL:
+    case DHCPS_VERDICT_NOT_LEASABLE: return -1;
+    default: return 0;
+  }
+}
+
+int conclude(const skpack& skp, DhcpServerVerdict verdict, uint8_t type) {
+  frame_counts.count(skp.in_intf, verdict, type);
+  return result_of(verdict, type);
 }
 
 }  // namespace
@@ -165,9 +184,14 @@ int process(Request& request, skpack& skp) {
 }  // namespace dhcp::server
 
 int dhcp_server_packet_process(skpack* skp) {
-  auto request = dhcp::server::Request::open(*skp);
-  if (!request) return -1;
-  const dhcp::server::ServerLock lock;
-  const dhcp::base::BusyGuard busy(dhcps_cfg.pools.busy);
-  return dhcp::server::process(*request, *skp);
+  using namespace dhcp;
+  auto request = server::Request::open(*skp);
+  if (!request) {
+    const auto link = packet::LinkFrame::parse(*skp);
+    return server::conclude(*skp, link && !link->tagged() ? DHCPS_VERDICT_UNTAGGED : DHCPS_VERDICT_MALFORMED, 0);
+  }
+  const server::ServerLock lock;
+  const base::BusyGuard busy(dhcps_cfg.pools.busy);
+  const uint8_t type = packet::message_type_of(request->message());
+  return server::conclude(*skp, server::process(*request, type, *skp), type);
 }

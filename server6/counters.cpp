@@ -1,16 +1,10 @@
 #include "server6/counters.h"
 
 #include <array>
-#include <atomic>
 
 namespace dhcp::server6 {
 
 namespace {
-
-constexpr size_t type_columns = 14;
-
-/// Counted before the lock is taken, too, and read by others meanwhile.
-std::array<std::array<std::atomic<uint32_t>, type_columns>, DHCP6S_VERDICTS> counts;
 
 constexpr std::array<const char*, DHCP6S_VERDICTS> names{
     "advertised",
@@ -35,25 +29,21 @@ constexpr std::array<const char*, DHCP6S_VERDICTS> names{
 
 }  // namespace
 
-void count_verdict(Dhcp6ServerVerdict verdict, uint8_t type) {
-  counts[verdict][type < type_columns ? type : 0].fetch_add(1, std::memory_order_relaxed);
-}
+FrameCounts frame_counts;
 
 }  // namespace dhcp::server6
 
 using namespace dhcp::server6;
 
 void dhcp6_server_get_counters(Dhcp6ServerCounters* out) {
-  for (size_t verdict = 0; verdict < counts.size(); ++verdict) {
-    for (size_t type = 0; type < type_columns; ++type) out->count[verdict][type] = counts[verdict][type].load();
+  for (size_t verdict = 0; verdict < DHCP6S_VERDICTS; ++verdict) {
+    for (size_t type = 0; type < std::size(out->count[verdict]); ++type) {
+      out->count[verdict][type] = frame_counts.view().sum(verdict, type);
+    }
   }
 }
 
-void dhcp6_server_clear_counters() {
-  for (auto& of_verdict : counts) {
-    for (auto& count : of_verdict) count.store(0);
-  }
-}
+void dhcp6_server_clear_counters() { frame_counts.view().clear(); }
 
 const char* dhcp6_server_verdict_name(int verdict) {
   const auto index = static_cast<size_t>(verdict);

@@ -1,13 +1,13 @@
 /// What became of the messages, by type.
 #pragma once
 
-#include <cstdint>
-
+#include "base/frame_counts.h"
 #include "dhcp/server6.h"
 
 namespace dhcp::server6 {
 
-/// `type` is the message's; any that is not one of the thirteen counts as 0.
-void count_verdict(Dhcp6ServerVerdict verdict, uint8_t type);
+/// By the message's type, as a relay carried it.
+using FrameCounts = base::FrameCounts<DHCP_SERVICE_SERVER6, DHCP6S_VERDICTS, 14>;
+extern FrameCounts frame_counts;
 
 }  // namespace dhcp::server6

@@ -185,8 +185,8 @@ bool reached_its_type(Dhcp6ServerVerdict verdict) {
   }
 }
 
-int conclude(Dhcp6ServerVerdict verdict, uint8_t type) {
-  count_verdict(verdict, type);
+int conclude(const skpack& skp, Dhcp6ServerVerdict verdict, uint8_t type) {
+  frame_counts.count(skp.in_intf, verdict, type);
   constexpr const char* speaker = "dhcp6_server_packet_process";
   DHCP_LOG_FROM(speaker, __LINE__, 7, base::module_frame, "dhcpc", "[%s:%d]packet,message_type(%d): %s\n", speaker,
                 __LINE__, type, dhcp6_server_verdict_name(verdict));
@@ -202,13 +202,13 @@ int dhcp6_server_packet_process(skpack* skp) {
   const auto link = packet::LinkFrame::parse(*skp);
   if (link && !link->tagged()) {
     fprintf(stderr, "vlan is null!\n");
-    return server6::conclude(DHCP6S_UNTAGGED, 0);
+    return server6::conclude(*skp, DHCP6S_UNTAGGED, 0);
   }
   const auto frame = packet::Frame6::parse(*skp);
-  if (!frame) return server6::conclude(DHCP6S_MALFORMED, 0);
+  if (!frame) return server6::conclude(*skp, DHCP6S_MALFORMED, 0);
   const server6::PoolsLock lock;
   server6::WorkCopy work;
   server6::Request request(*frame);
   const Dhcp6ServerVerdict verdict = server6::process(request, *skp, work);
-  return server6::conclude(verdict, request.message().type());
+  return server6::conclude(*skp, verdict, request.message().type());
 }

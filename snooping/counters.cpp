@@ -4,7 +4,7 @@
 
 namespace dhcp::snooping {
 
-binding::FrameCounts<DhcpSnoopCounters> frame_counts;
+FrameCounts frame_counts;
 
 }  // namespace dhcp::snooping
 
@@ -20,12 +20,12 @@ int snoop_count_dropped(uint32_t intf, int type) {
 int dhcp_snoop_get_counters(uint32_t intf, DhcpSnoopCounters* out) {
   using namespace dhcp::snooping;
   const SnoopingLock lock;
-  return frame_counts.copy(interfaces, intf, *out);
+  return dhcp::binding::copy_counts(frame_counts.view(), interfaces, intf, out->count);
 }
 
 int dhcp_snooping_statistics_clear(uint32_t intf) {
   using namespace dhcp::snooping;
   const SnoopingLock lock;
-  frame_counts.clear(interfaces, intf);
+  dhcp::binding::clear_counts(frame_counts.view(), interfaces, intf);
   return 0;
 }

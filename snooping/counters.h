@@ -7,7 +7,8 @@
 namespace dhcp::snooping {
 
 /// By message type: option 53, 0 when there is none.
-extern binding::FrameCounts<DhcpSnoopCounters> frame_counts;
+using FrameCounts = base::FrameCounts<DHCP_SERVICE_SNOOPING, DHCP_SNOOP_VERDICTS, 9>;
+extern FrameCounts frame_counts;
 
 /// Remembers the sender of a server's message that came in where no server may stand, and warns of it.
 void note_rogue(const packet::Frame4& frame, int vlan);

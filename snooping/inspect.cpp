@@ -62,12 +62,12 @@ std::optional<int> message_type(const packet::Message4& message) {
 }
 
 /// Where an outcome becomes what the log, the counters and the dispatcher are told.
-int conclude(uint32_t in_intf, IntfNode* port, int type, const Outcome& outcome) {
+int conclude(uint32_t in_intf, const IntfNode* port, int type, const Outcome& outcome) {
   if (outcome.verdict == DHCP_SNOOP_SERVER_ON_UNTRUSTED || outcome.verdict == DHCP_SNOOP_SERVER_NOT_LISTED) {
     snoop_count_dropped(in_intf, type);
   }
   if (outcome.text != nullptr) DHCP_LOG(base::module_service, "DHCPS_packet", "%s", outcome.text);
-  frame_counts.count(port, outcome.verdict, static_cast<unsigned>(type));
+  frame_counts.count(port != nullptr ? in_intf : 0, outcome.verdict, static_cast<unsigned>(type));
   return outcome.passed ? 0 : -1;
 }
 
@@ -140,7 +140,7 @@ void log_binding(const char* function, int line, const char* what, const MacBind
 int dhcp_packet_snooping_process(skpack* skp) {
   using namespace dhcp;
   if (skp->ud_hdr == nullptr) {
-    snooping::frame_counts.count_headerless();
+    snooping::frame_counts.count(0, DHCP_SNOOP_MALFORMED, 0);
     return -1;
   }
   const auto frame = packet::Frame4::parse(*skp);

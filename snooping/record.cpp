@@ -63,7 +63,7 @@ void set_defaults() {
   restart_ageing();
   restart_database();
   forget_rogue();
-  frame_counts.clear_unlisted();
+  frame_counts.view().clear();
 }
 
 /// Host calls may come before the service's own beginning: the lists are there from the moment the library is loaded.

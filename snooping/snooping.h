@@ -1,6 +1,6 @@
 /// IPv4 snooping: which client holds which address behind which port and for how long, and which DHCP frames may pass.
 ///
-/// It owns the record `g_dhcp_snooping` and everything that hangs from it: bindings, interfaces with their counters,
+/// It owns the record `g_dhcp_snooping` and everything that hangs from it: bindings, interfaces, counts,
 /// believed servers, MACs exempt from verification, option 82 settings. The snooping semaphore (SnoopingLock) guards
 /// all of it and is held for a whole frame, configuration call, port change or timer round. Inside it the busy word of
 /// one bucket, or of the interface list, is taken only while that list is walked or changed; no two at once, but for
@@ -36,11 +36,10 @@ class SnoopingLock {
   base::SemaphoreGuard guard_;
 };
 
-using Interfaces = binding::Interfaces<DhcpSnoopCounters>;
-using IntfNode = Interfaces::Node;
+using IntfNode = binding::Interfaces::Node;
 
-inline constexpr Interfaces interfaces(g_dhcp_snooping.intf_list, g_dhcp_snooping.intf_count,
-                                       g_dhcp_snooping.intf_busy);
+inline constexpr binding::Interfaces interfaces(g_dhcp_snooping.intf_list, g_dhcp_snooping.intf_count,
+                                                g_dhcp_snooping.intf_busy);
 
 /// True when the VLAN is in the snooping set; false for every number that is no VLAN.
 inline bool vlan_snooped(int vlan) { return base::vlan_in(g_dhcp_snooping.vlan_bitmap, vlan); }

@@ -36,6 +36,6 @@ int dhcp6_snooping_binding_clear_action(const uint8_t* mac, const int* vlan, con
 
 int dhcp6_snooping_statistics_clear(uint32_t intf) {
   const Lock lock;
-  snooping6::frame_counts.clear(snooping6::interfaces, intf);
+  binding::clear_counts(snooping6::frame_counts.view(), snooping6::interfaces, intf);
   return 0;
 }

@@ -7,7 +7,7 @@
 
 namespace dhcp::snooping6 {
 
-binding::FrameCounts<Dhcp6SnoopCounters> frame_counts;
+FrameCounts frame_counts;
 
 namespace {
 
@@ -29,9 +29,9 @@ Outcome inspect(skpack& skp, const packet::Frame6& frame, const Interface& port)
 }
 
 /// Where an outcome becomes what the log, the counters and the dispatcher are told.
-int conclude(Interface* port, unsigned type, const Outcome& outcome) {
+int conclude(const Interface* port, unsigned type, const Outcome& outcome) {
   if (outcome.text != nullptr) DHCP_LOG_AT(base::module_frame, log_name, "%s", outcome.text);
-  frame_counts.count(port, outcome.verdict, type);
+  frame_counts.count(port != nullptr ? port->ifindex : 0, outcome.verdict, type);
   return outcome.passed ? 0 : -1;
 }
 
@@ -53,7 +53,7 @@ int process(skpack& skp, const std::optional<packet::Frame6>& frame) {
 int dhcp6_packet_snooping_process(skpack* skp) {
   using namespace dhcp;
   if (skp->ud_hdr == nullptr) {
-    snooping6::frame_counts.count_headerless();
+    snooping6::frame_counts.count(0, DHCP_SNOOP_MALFORMED, 0);
     return -1;
   }
   const auto frame = packet::Frame6::parse(*skp);

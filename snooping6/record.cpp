@@ -34,7 +34,7 @@ void set_defaults() {
   record.writeflash_enable = record.writeflash_interval = 0;
   restart_ageing();
   restart_database();
-  frame_counts.clear_unlisted();
+  frame_counts.view().clear();
 }
 
 /// Host calls may come before the service's own beginning.

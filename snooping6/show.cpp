@@ -64,5 +64,5 @@ int dhcp6_snoop_get_bindings(Dhcp6SnoopBinding* out, int room) {
 
 int dhcp6_snoop_get_counters(uint32_t intf, Dhcp6SnoopCounters* out) {
   const Lock lock;
-  return snooping6::frame_counts.copy(snooping6::interfaces, intf, *out);
+  return binding::copy_counts(snooping6::frame_counts.view(), snooping6::interfaces, intf, out->count);
 }

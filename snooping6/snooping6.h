@@ -40,14 +40,14 @@ class Lock {
   base::CancelHold hold_;
 };
 
-using Interfaces = binding::Interfaces<Dhcp6SnoopCounters>;
-using Interface = Interfaces::Node;
+using Interface = binding::Interfaces::Node;
 
-inline constexpr Interfaces interfaces(g_dhcp6_snooping.intf_list, g_dhcp6_snooping.intf_count,
-                                       g_dhcp6_snooping.intf_busy);
+inline constexpr binding::Interfaces interfaces(g_dhcp6_snooping.intf_list, g_dhcp6_snooping.intf_count,
+                                                g_dhcp6_snooping.intf_busy);
 
 /// By message type, 0 for those that are none of the thirteen.
-extern binding::FrameCounts<Dhcp6SnoopCounters> frame_counts;
+using FrameCounts = base::FrameCounts<DHCP_SERVICE_SNOOPING6, DHCP_SNOOP_VERDICTS, 14>;
+extern FrameCounts frame_counts;
 
 inline bool vlan_snooped(int vlan) { return base::vlan_in(g_dhcp6_snooping.vlan_bitmap, vlan); }
 

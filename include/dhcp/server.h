@@ -213,6 +213,30 @@ DHCP_API int onu_dhcp_server_save(FILE* stream);
 DHCP_API int dhcp_server_clear_binding(uint32_t ip);  /* 0 = all */
 DHCP_API int dhcp_server_clear_conflict(uint32_t ip); /* 0 = all */
 
+/** What became of a message; counted in dhcp/counters.h. */
+enum DhcpServerVerdict {
+  DHCPS_VERDICT_OFFERED,
+  DHCPS_VERDICT_ACKNOWLEDGED,
+  DHCPS_VERDICT_REFUSED, /* a NAK: the client has no such offer or lease */
+  DHCPS_VERDICT_RELEASED,
+  DHCPS_VERDICT_DECLINED,  /* the address is kept back */
+  DHCPS_VERDICT_MALFORMED, /* headers outside the frame */
+  DHCPS_VERDICT_UNTAGGED,
+  DHCPS_VERDICT_NO_POOL, /* nobody serves that network; a broadcast goes on to the other ports */
+  DHCPS_VERDICT_NO_MESSAGE_TYPE,
+  DHCPS_VERDICT_OTHER_SERVER,    /* names another server */
+  DHCPS_VERDICT_NO_FREE_ADDRESS, /* the pool has none left */
+  DHCPS_VERDICT_TABLE_FULL,      /* no room for the binding */
+  DHCPS_VERDICT_NO_SERVER_ID,    /* a RELEASE or DECLINE to nobody in particular */
+  DHCPS_VERDICT_NO_ADDRESS,      /* a REQUEST or DECLINE that names none */
+  DHCPS_VERDICT_NOT_LEASABLE,    /* a REQUEST for a conflict, an excluded address or a static host's */
+  DHCPS_VERDICT_UNKNOWN_CLIENT,  /* a renewal of what is not bound, left unanswered */
+  DHCPS_VERDICT_OTHER_TYPE,      /* a server's message */
+  DHCPS_VERDICT_NOT_SENT,        /* the options do not fit */
+  DHCPS_VERDICTS
+};
+DHCP_API const char* dhcp_server_verdict_name(int verdict); /* lower-case words; never null */
+
 DHCP_END
 
 #endif

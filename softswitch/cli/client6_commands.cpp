@@ -1,6 +1,7 @@
 /// The switch as a DHCPv6 client: which of its interfaces get their address so, and what they have been given.
 #include <algorithm>
 
+#include "dhcp/counters.h"
 #include "platform/text.h"
 #include "softswitch/cli/client6_interfaces.h"
 #include "softswitch/cli/session.h"
@@ -116,14 +117,14 @@ Outcome show_interfaces(Readout& out, const Args&) {
 }
 
 Outcome show_statistics(Readout& out, const Args&) {
-  constexpr const char* types[] = {"", "SOLICIT", "", "REQUEST", "", "RENEW", "REBIND", "", "RELEASE"};
+  constexpr int sent_types[] = {1, 3, 5, 6, 8};
   Dhcp6cCounters counters{};
   dhcp6c_get_counters(&counters);
   Table table({{"what", "Received or sent"}, {"messages", "Messages", Align::right}});
   for (int verdict = 0; verdict < DHCP6C_VERDICTS; ++verdict)
     table.add({dhcp6c_verdict_name(static_cast<Dhcp6cVerdict>(verdict)), counters.received[verdict]});
-  for (size_t type = 0; type < std::size(types); ++type)
-    if (*types[type] != '\0') table.add({format("%s sent", types[type]), counters.sent[type]});
+  for (const int type : sent_types)
+    table.add({format("%s sent", dhcp_message_type_name(DHCP_SERVICE_CLIENT6, type)), counters.sent[type]});
   table.add({"not sent", counters.not_sent});
   out.add(table);
   return {};

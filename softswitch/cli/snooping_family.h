@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "dhcp/counters.h"
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
 #include "softswitch/cli/readout.h"
@@ -19,8 +20,7 @@ struct Snooping4 {
   static constexpr FamilyWords words = {"ip", "DHCP"};
   static constexpr std::string_view address_form = "ip ADDRESS", address_example = "ip 192.168.10.20";
   static constexpr const char *address_key = "ip", *address_title = "IP address";
-  static constexpr std::string_view message_types[] = {"other", "DISCOVER", "OFFER",   "REQUEST", "DECLINE",
-                                                       "ACK",   "NAK",      "RELEASE", "INFORM"};
+  static constexpr int service = DHCP_SERVICE_SNOOPING;
   static constexpr bool shows_every_type = true;
 
   static constexpr auto set_switch = set_dhcp_snoop_switch;
@@ -54,9 +54,7 @@ struct Snooping6 {
   static constexpr FamilyWords words = {"ipv6", "DHCPv6"};
   static constexpr std::string_view address_form = "ipv6 ADDRESS6", address_example = "ipv6 2001:db8:10::20";
   static constexpr const char *address_key = "ipv6", *address_title = "IPv6 address";
-  static constexpr std::string_view message_types[] = {"other",       "SOLICIT",  "ADVERTISE",  "REQUEST",   "CONFIRM",
-                                                       "RENEW",       "REBIND",   "REPLY",      "RELEASE",   "DECLINE",
-                                                       "RECONFIGURE", "INFO-REQ", "RELAY-FORW", "RELAY-REPL"};
+  static constexpr int service = DHCP_SERVICE_SNOOPING6;
   static constexpr bool shows_every_type = false;  // thirteen columns are too many for a line
 
   static constexpr auto set_switch = set_dhcp6_snoop_switch;

@@ -3,6 +3,7 @@
 #include <array>
 #include <cctype>
 #include <ctime>
+#include <type_traits>
 #include <utility>
 
 #include "platform/intf_list.h"
@@ -147,7 +148,7 @@ std::string key_of(std::string_view message_type) {
 /// fit a line, people do not see those that never came.
 template <class Family>
 Table verdicts() {
-  constexpr size_t types = std::size(Family::message_types);
+  constexpr size_t types = std::extent_v<decltype(Family::Counters::count), 1>;
   std::vector<std::pair<uint32_t, typename Family::Counters>> ports;
   std::array<bool, types> shown;
   shown.fill(Family::shows_every_type);
@@ -160,7 +161,7 @@ Table verdicts() {
   }
   std::vector<Table::Column> columns = {{"port", "Port"}, {"fate", "Fate"}};
   for (size_t n = 1; n <= types; ++n) {
-    const std::string type(Family::message_types[n % types]);
+    const std::string type = dhcp_message_type_name(Family::service, static_cast<int>(n % types));
     columns.push_back({key_of(type), shown[n % types] ? type : "", Align::right});
   }
   Table table(std::move(columns));

@@ -6,12 +6,12 @@ namespace {
 std::vector<Command> join() {
   std::vector<Command> all;
   for (const auto part :
-       {session_commands(),   show_commands(),     config_readouts(),    capture_commands(), log_commands(),
-        server_readouts(),    snooping_readouts(), option82_readouts(),  relay_readouts(),   switch_commands(),
-        relay_commands(),     server_commands(),   snooping_commands(),  snooping4_only(),   snooping_clears(),
-        snooping6_commands(), snooping6_only(),    snooping6_readouts(), snooping6_clears(), guard_commands(),
-        relay6_commands(),    server6_commands(),  client6_commands(),   pool_commands(),    tech_support(),
-        pool6_commands()}) {
+       {session_commands(), show_commands(),      config_readouts(),   capture_commands(),   log_commands(),
+        counter_commands(), server_readouts(),    snooping_readouts(), option82_readouts(),  relay_readouts(),
+        switch_commands(),  relay_commands(),     server_commands(),   snooping_commands(),  snooping4_only(),
+        snooping_clears(),  snooping6_commands(), snooping6_only(),    snooping6_readouts(), snooping6_clears(),
+        guard_commands(),   relay6_commands(),    server6_commands(),  client6_commands(),   pool_commands(),
+        tech_support(),     pool6_commands()}) {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;
@@ -23,6 +23,8 @@ struct KeywordHelp {
 constexpr KeywordHelp keyword_texts[] = {
     {"show", "Show the state of the switch"},
     {"show ip", "IPv4"},
+    {"show dhcp", "DHCP and DHCPv6, all services"},
+    {"show dhcp counters", "What became of the frames"},
     {"show ip arp", "ARP checking"},
     {"show ip dhcp", "DHCP"},
     {"show ip dhcp information", "Settings of option 82"},
@@ -43,6 +45,7 @@ constexpr KeywordHelp keyword_texts[] = {
     {"monitor", "Capture of frames"},
     {"no monitor", "Capture of frames"},
     {"clear", "Clear a table"},
+    {"clear dhcp", "DHCP and DHCPv6, all services"},
     {"clear mac", "Forwarding table"},
     {"clear ip", "IPv4"},
     {"clear ipv6", "IPv6"},

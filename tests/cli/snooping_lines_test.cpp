@@ -113,6 +113,11 @@ TYPED_TEST(BothSnoopings, CountsByPortAndFate) {
   EXPECT_THAT(this->type({this->line("show ", "statistics")}), HasSubstr("malformed"));
   this->type({this->line("clear ", "statistics")});
   EXPECT_THAT(this->type({this->line("show ", "statistics")}), Not(HasSubstr("malformed")));
+  TypeParam::cut_frame(headerless);
+  EXPECT_THAT(this->type({"show dhcp counters"}), testing::ContainsRegex("snooping6? +- +other +malformed +1\n"));
+  EXPECT_THAT(this->type({"show dhcp counters interface gigabitethernet 3"}), Not(HasSubstr("malformed")));
+  this->type({"clear dhcp counters"});
+  EXPECT_THAT(this->type({"show dhcp counters"}), Not(HasSubstr("malformed")));
 }
 
 TYPED_TEST(BothSnoopings, ShowsTheClientsThatAreAskedFor) {

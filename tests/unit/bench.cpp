@@ -5,6 +5,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "server/counters.h"
+
 extern "C" sem_t dhcp_server_sem;
 
 namespace bench {
@@ -110,7 +112,8 @@ void ServerBench::make_pool(uint32_t id, uint32_t first, uint32_t last, uint32_t
 
 int ServerBench::receive(const Bytes& frame) {
   wire::Received received(frame);
-  const int result = dhcp_server_packet_process(received.skp());
+  const int result = counted_once(dhcp::server::frame_counts.view(), received.skp()->in_intf,
+                                  [&] { return dhcp_server_packet_process(received.skp()); });
   EXPECT_EQ(received.bytes(), frame) << "the received frame was written to";
   return result;
 }

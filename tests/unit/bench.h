@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <set>
 
+#include "base/frame_counts.h"
 #include "base/list.h"
 #include "dhcp/binding.h"
 #include "dhcp/server.h"
@@ -45,6 +47,24 @@ class DeviceBench : public ::testing::Test {
   static std::string saved(int (*save)(FILE*));
   static constexpr uint32_t start = 1'700'000'000;
 };
+
+/// Hands a frame of the interface to a service; whatever it is, it has to meet exactly one fate there.
+template <class Receive>
+auto counted_once(const dhcp::base::FrameCountView& counts, uint32_t intf, Receive receive) {
+  const auto met = [&] {
+    uint32_t sum = 0;
+    for (const size_t row : std::set<size_t>{0, dhcp::base::count_row(intf)}) {
+      for (size_t fate = 0; fate < counts.fates(); ++fate) {
+        for (size_t type = 0; type < counts.types(); ++type) sum += counts.at(row, fate, type);
+      }
+    }
+    return sum;
+  };
+  const uint32_t before = met();
+  const auto result = receive();
+  EXPECT_EQ(met() - before, 1u) << "fates that one frame has met";
+  return result;
+}
 
 /// An index over bindings, forwards and backwards, with every busy word at rest and, unless said, its counts right.
 void expect_index_at_rest(const DhcpSnoopIndex& index, bool counts = true);

@@ -23,9 +23,10 @@ class BindingBench : public DeviceBench {
     std::vector<fake::Sent> sent;
   };
   template <class Frame>
-  static Fate pass(int (*door)(skpack*), const Frame& frame, uint32_t in_port, size_t room = 0) {
+  static Fate pass(int (*door)(skpack*), const dhcp::base::FrameCountView& counts, const Frame& frame, uint32_t in_port,
+                   size_t room = 0) {
     wire::Received received(frame.frame(), in_port, room);
-    const int result = door(received.skp());
+    const int result = counted_once(counts, in_port, [&] { return door(received.skp()); });
     return {result, device().take_sent()};
   }
   static std::string table_path() { return device().temp_directory() + "/table.ini"; }

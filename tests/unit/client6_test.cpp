@@ -2,6 +2,7 @@
 #include "client6/client6.h"
 
 #include "base/list.h"
+#include "client6/counters.h"
 #include "dhcp/packet6.h"
 #include "tests/unit/bench.h"
 #include "tests/unit/wire6.h"
@@ -74,7 +75,8 @@ class Client6 : public bench::DeviceBench {
   }
   static int receive(const Message6& message) {
     wire::Received received(message.frame());
-    return dhcp6_client_packet_process(received.skp());
+    return bench::counted_once(dhcp::client6::frame_counts.view(), received.skp()->in_intf,
+                               [&] { return dhcp6_client_packet_process(received.skp()); });
   }
   /// An interface that has been given its address.
   void bind(uint32_t vlan = 10) {

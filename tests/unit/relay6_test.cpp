@@ -1,4 +1,5 @@
 /// The DHCPv6 relay's frames, both ways.
+#include "relay6/relay6.h"
 #include "tests/unit/relay6_bench.h"
 
 namespace {
@@ -30,7 +31,8 @@ class Relay6 : public bench::Relay6Bench {
   /// The relay's answer; the hop count that is left in the received frame goes to `hops_left`.
   static int receive(const Message6& message, int* hops_left = nullptr) {
     Received received(message.frame(), client_port);
-    const int result = dhcp6_relay_packet_process(received.skp());
+    const int result = bench::counted_once(dhcp::relay6::frame_counts.view(), received.skp()->in_intf,
+                                           [&] { return dhcp6_relay_packet_process(received.skp()); });
     if (hops_left != nullptr) *hops_left = received.bytes()[67];
     return result;
   }

@@ -1,5 +1,7 @@
 #include "tests/unit/relay_bench.h"
 
+#include "relay/relay.h"
+
 namespace bench {
 
 void RelayBench::SetUp() {
@@ -37,7 +39,7 @@ void RelayBench::start_routing() {
 
 int RelayBench::receive(const wire::Message& message, uint32_t in_port) {
   wire::Received frame(message.frame(), in_port, 1600);
-  return dhcpr_packet_process(frame.skp());
+  return counted_once(dhcp::relay::frame_counts.view(), in_port, [&] { return dhcpr_packet_process(frame.skp()); });
 }
 
 wire::Message RelayBench::from_server(int type, uint32_t identifier) {

@@ -1,6 +1,7 @@
 #include "tests/unit/server6_bench.h"
 
 #include "base/list.h"
+#include "server6/counters.h"
 
 namespace bench {
 
@@ -76,10 +77,8 @@ wire::Message6 Server6Bench::message(const Ask6& ask) { return {ask.type, mac_nu
 
 std::optional<wire::Reply6> Server6Bench::answer(const Bytes& frame) {
   wire::Received received(frame);
-  Dhcp6ServerCounters before, after;
-  dhcp6_server_get_counters(&before);
-  dhcp6_server_packet_process(received.skp());
-  dhcp6_server_get_counters(&after);
+  counted_once(dhcp::server6::frame_counts.view(), received.skp()->in_intf,
+               [&] { return dhcp6_server_packet_process(received.skp()); });
   EXPECT_EQ(received.bytes(), frame) << "the received frame was written to";
   const auto sent = device().take_sent();
   EXPECT_LE(sent.size(), 1u);

@@ -1,4 +1,5 @@
 /// What the server answers to whom, and what it must not be talked into.
+#include "dhcp/counters.h"
 #include "tests/unit/bench.h"
 
 namespace bench {
@@ -180,6 +181,49 @@ TEST_F(ServerMessages, IgnoredMessagesLeaveNoTrace) {
       EXPECT_EQ(device().logged_at(row.text, "dhcpc"), ++said[row.text]) << row.text;
     }
   }
+}
+
+TEST_F(ServerMessages, EveryMessageMeetsTheFateThatItIsCountedAs) {
+  const auto fate_of = [](const wire::Message& message) {
+    dhcp_clear_counters();
+    receive(message);
+    device().take_sent();
+    DhcpCounter met{};
+    EXPECT_EQ(dhcp_get_counters(&met, 1), 1);
+    EXPECT_TRUE(met.service == DHCP_SERVICE_SERVER && met.intf == 3 && met.count == 1);
+    return std::string(dhcp_message_type_name(met.service, met.type)) + " " + dhcp_reason_name(met.service, met.reason);
+  };
+  const auto message = [](int type) { return wire::Message(type, client); };
+  dhcp_server_set_exclude_ip(first_ip + 2, first_ip + 2);
+  const std::pair<wire::Message, const char*> rows[] = {
+      {discover(client), "DISCOVER offered"},
+      {request(client, first_ip), "REQUEST acknowledged"},
+      {message(wire::INFORM).ciaddr(first_ip), "INFORM acknowledged"},
+      {request(other, first_ip), "REQUEST refused"},
+      {renewal(other, first_ip), "REQUEST unknown client"},
+      {request(client, first_ip + 2), "REQUEST address not leasable"},
+      {message(wire::REQUEST), "REQUEST no address named"},
+      {message(wire::RELEASE).ciaddr(first_ip), "RELEASE no server id"},
+      {message(wire::RELEASE).ciaddr(first_ip).ip_option(54, own_ip), "RELEASE released"},
+      {message(wire::DECLINE).ip_option(50, first_ip), "DECLINE no server id"},
+      {message(wire::DECLINE).ip_option(54, own_ip), "DECLINE no address named"},
+      {message(wire::DECLINE).ip_option(54, own_ip).ip_option(50, first_ip), "DECLINE declined"},
+      {message(0), "other no message type"},
+      {message(wire::OFFER), "OFFER other message type"},
+      {discover(client).ip_option(54, own_ip + 1), "DISCOVER other server"},
+      {discover(client).untagged(), "other untagged"},
+      {discover(client).vlan(30), "DISCOVER no pool"},
+      {message(0).option(1, {0}).option(53, {wire::DISCOVER}), "DISCOVER offered"},
+  };
+  for (const auto& [sent, fate] : rows) EXPECT_EQ(fate_of(sent), fate);
+  dhcp_server_set_pool_network(1, ip(192, 168, 1, 0), mask24, first_ip, first_ip);
+  EXPECT_EQ(fate_of(discover(other)), "DISCOVER no free address") << "the only one is in conflict";
+  dhcp_server_clear_conflict(0);
+  fake::fail_allocations(100);
+  EXPECT_EQ(fate_of(discover(other)), "DISCOVER table full");
+  fake::fail_allocations(0);
+  for (const uint8_t code : {uint8_t{43}, uint8_t{44}}) set_option(code, 255);
+  EXPECT_EQ(fate_of(discover(other)), "DISCOVER not sent");
 }
 
 TEST_F(ServerMessages, StaticHostIsOfferedAndNeverAcknowledged) {

@@ -1,7 +1,7 @@
 /// DHCPv6 snooping, switched on.
 #pragma once
 
-#include "dhcp/snooping6.h"
+#include "snooping6/snooping6.h"
 #include "tests/unit/binding_bench.h"
 #include "tests/unit/wire6.h"
 
@@ -16,7 +16,7 @@ class Snooping6Bench : public BindingBench {
   void TearDown() override;
 
   static Fate receive(const wire::Message6& message, uint32_t in_port) {
-    return pass(dhcp6_packet_snooping_process, message, in_port);
+    return pass(dhcp6_packet_snooping_process, dhcp::snooping6::frame_counts.view(), message, in_port);
   }
   /// A server's message to a client, with an IA_NA that leases `leased` unless other options are said.
   static wire::Message6 from_server(int type, const Mac& to, const Bytes& options);

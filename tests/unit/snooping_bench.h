@@ -1,7 +1,7 @@
 /// IPv4 snooping, switched on.
 #pragma once
 
-#include "dhcp/snooping.h"
+#include "snooping/counters.h"
 #include "tests/unit/binding_bench.h"
 
 namespace bench {
@@ -15,7 +15,7 @@ class SnoopingBench : public BindingBench {
   void TearDown() override;
 
   static Fate receive(const wire::Message& message, uint32_t in_port, size_t room = 0) {
-    return pass(dhcp_packet_snooping_process, message, in_port, room);
+    return pass(dhcp_packet_snooping_process, dhcp::snooping::frame_counts.view(), message, in_port, room);
   }
   /// A server's message, with broadcast destination unless said.
   static wire::Message from_server(int type, const Mac& to, uint32_t yiaddr = address);
