@@ -146,6 +146,9 @@ class Control : public SwitchControl {
   Refusal set_ip6(uint16_t vlan, const std::string& text) override {
     return softswitch::vlan_interfaces().set_ip6(vlan, text);
   }
+  Refusal set_gateway6(uint16_t vlan, const std::string& text) override {
+    return softswitch::vlan_interfaces().set_gateway6(vlan, text);
+  }
   std::vector<VlanInterface> vlan_interfaces() const override { return softswitch::vlan_interfaces().list(); }
 
   Refusal set_mac_aging_time(uint32_t seconds) override {

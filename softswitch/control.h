@@ -49,6 +49,7 @@ struct VlanInterface {
   uint16_t vlan = 0;
   uint32_t ip = 0, mask = 0, gateway = 0;  // host order, 0 = none
   std::string ip6;                         // "addr/len", "" = none
+  std::string gateway6;                    // "addr", "" = none
 };
 
 struct MacRow {
@@ -165,7 +166,8 @@ class SwitchControl {
   virtual Refusal set_ip(uint16_t vlan, uint32_t ip, uint32_t mask) = 0;  // 0, 0 = remove
   virtual Refusal set_gateway(uint16_t vlan, uint32_t gateway) = 0;
   virtual Refusal set_ip6(uint16_t vlan, const std::string& addr_slash_len) = 0;
-  virtual std::vector<VlanInterface> vlan_interfaces() const = 0;  // ascending
+  virtual Refusal set_gateway6(uint16_t vlan, const std::string& addr) = 0;  // "" = remove
+  virtual std::vector<VlanInterface> vlan_interfaces() const = 0;            // ascending
 
   virtual Refusal set_mac_aging_time(uint32_t seconds) = 0;
   virtual uint32_t mac_aging_time() const = 0;

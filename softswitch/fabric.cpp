@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "softswitch/advertisement.h"
 #include "softswitch/capture.h"
 #include "softswitch/checksum.h"
 #include "softswitch/frame_pool.h"
@@ -329,13 +330,16 @@ void Fabric::receive_from_cpu(uint16_t vlan, const RingFrame& in) {
 }
 
 void Fabric::deliver(PacketDevice& cpu, const SwitchedFrame& frame) {
+  const bool to_itself = std::memcmp(frame.macs, state_.bridge.cpu_mac.data(), mac_size) == 0;
+  if (const auto named = to_itself ? name_advertiser(frame.macs, frame.rest) : std::nullopt)
+    return emit(cpu, {named->data(), frame.tci, std::span(*named).subspan(2 * mac_size), nullptr}, false);
   emit(cpu, frame, false);
   // The CPU interface hands ARP answers to itself up a second time with six bytes of lead behind the type, as the
   // device's does.
   constexpr size_t operation = 8;
   if (frame.rest.size() < operation + 2 || load_be16(frame.rest.data()) != type_arp) return;
   if (load_be16(&frame.rest[operation]) != arp_answer) return;
-  if (std::memcmp(frame.macs, state_.bridge.cpu_mac.data(), mac_size) != 0) return;
+  if (!to_itself) return;
   uint8_t head[20] = {};
   std::memcpy(head, frame.macs, 12);
   store_be16(head + 12, type_arp);

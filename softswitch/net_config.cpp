@@ -150,4 +150,13 @@ std::string set_default_route(const std::string& name, uint32_t gateway, int met
   return Asking(AF_INET).call(on ? SIOCADDRT : SIOCDELRT, route);
 }
 
+std::string set_default_route6(const std::string& name, const std::string& gateway, int metric, bool on) {
+  in6_rtmsg route{};
+  if (inet_pton(AF_INET6, gateway.c_str(), &route.rtmsg_gateway) != 1) return "not an IPv6 address";
+  route.rtmsg_flags = RTF_UP | RTF_GATEWAY;
+  route.rtmsg_metric = static_cast<uint32_t>(metric);
+  route.rtmsg_ifindex = static_cast<int>(if_nametoindex(name.c_str()));
+  return Asking(AF_INET6).call(on ? SIOCADDRT : SIOCDELRT, route);
+}
+
 }  // namespace dhcp::softswitch

@@ -19,6 +19,7 @@ std::string set_ipv4(const std::string& name, uint32_t ip, uint32_t mask);
 std::string set_ipv6(const std::string& name, const std::string& addr_slash_len, bool on);
 /// A default route through the interface; `metric` makes it give way to others.
 std::string set_default_route(const std::string& name, uint32_t gateway, int metric, bool on);
+std::string set_default_route6(const std::string& name, const std::string& gateway, int metric, bool on);
 
 /// "addr/len" into its parts; false when it is not one.
 bool parse_prefix(const std::string& text, uint8_t ip6[16], unsigned& length);

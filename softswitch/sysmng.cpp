@@ -51,6 +51,7 @@ int sysmng_vlan_info_get(uint32_t vlan, sysmng_vlan_info* out) {
   if (!parse_prefix(interface.ip6, ip6, length)) return 1;
   out->prefix6 = static_cast<uint8_t>(length);
   interface.ip6.copy(out->ip6, interface.ip6.find('/'));
+  interface.gateway6.copy(out->gateway6, sizeof out->gateway6 - 1);
   return 1;
 }
 

@@ -27,6 +27,17 @@ Refusal refusal(const std::string& what, const std::string& why) {
   return what + ": " + why;
 }
 
+/// Whether a router is next door to an interface with this address; every interface has a link-local one.
+bool next_door(const std::string& router, const std::string& addr_slash_len) {
+  uint8_t at[16], own[16];
+  unsigned whole, length;
+  if (!parse_prefix(router + "/128", at, whole)) return false;
+  if (at[0] == 0xfe && (at[1] & 0xc0) == 0x80) return true;
+  if (!parse_prefix(addr_slash_len, own, length) || length == 0) return false;
+  const unsigned bytes = length / 8, bits = length % 8;
+  return std::memcmp(at, own, bytes) == 0 && (bits == 0 || ((at[bytes] ^ own[bytes]) >> (8 - bits)) == 0);
+}
+
 Refusal no_interface(uint16_t vlan) { return "there is no interface vlan " + std::to_string(vlan); }
 
 /// An abstract socket name belongs to one network namespace and is gone when its holder is, however it ended.
@@ -184,7 +195,29 @@ Refusal VlanInterfaces::set_ip6(uint16_t vlan, const std::string& addr_slash_len
   const HeldLock changing(changing_);
   if (!exists(vlan)) return no_interface(vlan);
   if (Refusal why = replace_ip6(vlan, entries_[vlan].shown.ip6, addr_slash_len)) return why;
-  store(vlan, [&](Entry& entry) { entry.shown.ip6 = addr_slash_len; });
+  const std::string gateway = entries_[vlan].shown.gateway6;
+  const bool keeps = gateway.empty() || next_door(gateway, addr_slash_len);
+  if (!keeps) set_default_route6(host_interface(vlan), gateway, route_metric, false);
+  store(vlan, [&](Entry& entry) {
+    entry.shown.ip6 = addr_slash_len;
+    if (!keeps) entry.shown.gateway6.clear();
+  });
+  return std::nullopt;
+}
+
+Refusal VlanInterfaces::set_gateway6(uint16_t vlan, const std::string& addr) {
+  const HeldLock changing(changing_);
+  if (!exists(vlan)) return no_interface(vlan);
+  const VlanInterface before = entries_[vlan].shown;
+  if (!addr.empty() && !next_door(addr, before.ip6)) return "the gateway is not on the interface's network";
+  const std::string name = host_interface(vlan);
+  if (!before.gateway6.empty()) set_default_route6(name, before.gateway6, route_metric, false);
+  const std::string why = addr.empty() ? "" : set_default_route6(name, addr, route_metric, true);
+  if (!why.empty()) {
+    if (!before.gateway6.empty()) set_default_route6(name, before.gateway6, route_metric, true);
+    return refusal(name, why);
+  }
+  store(vlan, [&](Entry& entry) { entry.shown.gateway6 = addr; });
   return std::nullopt;
 }
 

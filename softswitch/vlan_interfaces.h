@@ -33,6 +33,8 @@ class VlanInterfaces {
   Refusal set_ip(uint16_t vlan, uint32_t ip, uint32_t mask);
   Refusal set_gateway(uint16_t vlan, uint32_t gateway);
   Refusal set_ip6(uint16_t vlan, const std::string& addr_slash_len);
+  /// A link-local address, or one of the configured address's prefix.
+  Refusal set_gateway6(uint16_t vlan, const std::string& addr);
   /// The address that the DHCPv6 client obtained; it is not part of the configuration.
   Refusal set_leased_ip6(uint16_t vlan, const std::string& addr_slash_len);
 

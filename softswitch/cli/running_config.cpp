@@ -68,6 +68,7 @@ std::string vlan_interface_lines(const VlanInterface& row) {
   if (row.gateway != 0) text += " ip gateway " + dotted(row.gateway) + "\n";
   if (!row.ip6.empty()) text += " ipv6 address " + row.ip6 + "\n";
   if (by_dhcp6(row.vlan)) text += " ipv6 address dhcp\n";
+  if (!row.gateway6.empty()) text += " ipv6 gateway " + row.gateway6 + "\n";
   return text + separator;
 }
 

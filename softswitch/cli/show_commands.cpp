@@ -207,6 +207,7 @@ Outcome show_vlan_interfaces(Readout& out, const Args&) {
                {"mask", "Mask"},
                {"gateway", "Gateway"},
                {"ipv6", "IPv6 address"},
+               {"gateway6", "IPv6 gateway"},
                {"dhcpv6", ""}});
   for (const VlanInterface& row : switch_control().vlan_interfaces()) {
     table.add({format("vlan %u", row.vlan),
@@ -215,6 +216,7 @@ Outcome show_vlan_interfaces(Readout& out, const Args&) {
                address(row.mask),
                address(row.gateway),
                ip6_of(row),
+               word_or_none(row.gateway6),
                {by_dhcp6(row.vlan), ""}});
   }
   out.add(table);

@@ -167,6 +167,13 @@ Outcome no_ipv6_address(Session& session, const Args&) {
   return outcome(switch_control().set_ip6(target_vlan(session), ""));
 }
 
+Outcome ipv6_gateway(Session& session, const Args& args) {
+  return blame(0, switch_control().set_gateway6(target_vlan(session), args[0].text));
+}
+Outcome no_ipv6_gateway(Session& session, const Args&) {
+  return outcome(switch_control().set_gateway6(target_vlan(session), ""));
+}
+
 constexpr Modes port = in(Mode::port);
 constexpr Modes vlan = in(Mode::vlan_interface);
 
@@ -198,6 +205,8 @@ constexpr Command rows[] = {
      "ip gateway [GATEWAY]", no_gateway},
     {vlan, "ipv6 address PREFIX", "IPv6 address of the switch in this VLAN", ipv6_address,
      "ipv6 address 2001:db8:10::1/64", "ipv6 address [PREFIX]", no_ipv6_address},
+    {vlan, "ipv6 gateway ADDRESS6", "IPv6 next hop out of this VLAN", ipv6_gateway, "ipv6 gateway 2001:db8:10::fe",
+     "ipv6 gateway [ADDRESS6]", no_ipv6_gateway},
 };
 
 }  // namespace

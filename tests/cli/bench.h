@@ -71,6 +71,7 @@ class FakeSwitch : public SwitchControl {
   }
   Refusal set_gateway(uint16_t vlan, uint32_t gateway) override { return set(interfaces[vlan].gateway, gateway); }
   Refusal set_ip6(uint16_t vlan, const std::string& text) override { return set(interfaces[vlan].ip6, text); }
+  Refusal set_gateway6(uint16_t vlan, const std::string& text) override { return set(interfaces[vlan].gateway6, text); }
   std::vector<VlanInterface> vlan_interfaces() const override {
     std::vector<VlanInterface> rows;
     for (const auto& [vlan, row] : interfaces) rows.push_back(row);

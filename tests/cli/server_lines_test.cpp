@@ -78,6 +78,7 @@ TEST_F(ServerLinesTest, WhatIsSavedLoadsAgain) {
       "ip address 10.0.0.1 255.255.255.0\r\n"
       "ip gateway 10.0.0.254\r\n"
       "ipv6 address 2001:db8::1/64\r\n"
+      "ipv6 gateway 2001:db8::fe\r\n"
       "ip dhcp-server\r\n"
       "ip dhcp pool 1\r\n"
       "network 10.0.0.0 255.255.255.0 10.0.0.10 10.0.0.99\r\n"

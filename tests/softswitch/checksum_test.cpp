@@ -4,6 +4,7 @@
 
 #include <random>
 
+#include "softswitch/advertisement.h"
 #include "tests/softswitch/frames.h"
 
 namespace dhcp::softswitch::test {
@@ -74,6 +75,36 @@ TEST(Checksum, UdpNeverSendsZero) {
   store_be16(&frame[42], static_cast<uint16_t>((raised & 0xffff) + (raised >> 16)));
   ASSERT_TRUE(finish_checksum(frame));
   EXPECT_EQ(load_be16(&frame[40]), 0xffff);
+}
+
+/// A neighbour advertisement of 24 bytes, with as many bytes of options.
+Bytes advertisement(int options, uint8_t type = 136) {
+  Bytes frame = ether(false, type_ipv6);
+  append(frame, {0x60, 0, 0, 0, 0, 24 + options, protocol_icmp6, 255});
+  for (int i = 0; i < 32; ++i) frame.push_back(static_cast<uint8_t>(0x20 + i));
+  append(frame, {type, 0, 0, 0, 0x60, 0, 0, 0});
+  for (int i = 0; i < 16 + options; ++i) frame.push_back(static_cast<uint8_t>(0xe0 + i));
+  store_be16(&frame[56], static_cast<uint16_t>(~verify(frame, 14, 54)));
+  return frame;
+}
+
+TEST(Advertisement, WithoutOptionsGainsItsSendersMacAndKeepsItsChecksumRightOrWrong) {
+  for (const int spoilt : {0, 1}) {
+    Bytes bare = advertisement(0);
+    store_be16(&bare[56], static_cast<uint16_t>(load_be16(&bare[56]) + spoilt));
+    const auto named = name_advertiser(bare.data(), std::span(bare).subspan(12));
+    ASSERT_TRUE(named);
+    Bytes want = bare;
+    want[19] = 32;
+    append(want, {2, 1, 0x02, 0, 0, 0, 0, 0x11});
+    store_be16(&want[56], load_be16(&(*named)[56]));
+    EXPECT_EQ(Bytes(named->begin(), named->end()), want);
+    EXPECT_EQ(verify(want, 14, 54) == 0xffff, spoilt == 0);
+  }
+  Bytes cut = advertisement(0);
+  cut.pop_back();
+  for (const Bytes& other : {advertisement(8), advertisement(0, 135), cut, ip6(false, protocol_udp, 547, 16)})
+    EXPECT_FALSE(name_advertiser(other.data(), std::span(other).subspan(12)));
 }
 
 }  // namespace
