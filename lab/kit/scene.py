@@ -1,7 +1,9 @@
 """A scene: ports with hosts, configuration lines, and steps that say what they show and check it.
 
 A scene file has TITLE, PORTS, CONFIG and STEPS. It may have a LOG_LEVEL, a DEADLINE in seconds where it takes long, and
-UNHEARD: how the MACs begin whose frames it does not record. `lab/run` plays it for a reader and for the checks alike.
+UNHEARD: how the MACs begin whose frames it does not record. One with several switches has, instead of CONFIG, a SWITCHES
+with the configuration of each by name; port numbers are then unique among them all. `lab/run` plays a scene for a reader
+and for the checks alike.
 """
 import re
 import socket
@@ -14,10 +16,10 @@ from kit.clients import Dhclient, Dhcpcd, wait_until
 from kit.clients6 import Dhclient6, Dhcpcd6
 from kit.crafted import DISCOVER, Crafted
 from kit.dhcp6 import Crafted6
-from kit.sandbox import HERE
+from kit.sandbox import HERE, Network
 from kit.servers import Dnsmasq, Kea
 from kit.servers6 import Dhcrelay6, Dnsmasq6, Kea6
-from kit.switch import Switch
+from kit.switch import MACS, Switch
 from kit.traffic import Speaker
 from kit.wire import Host, Wire
 
@@ -30,6 +32,8 @@ class Port:
     host: str
     vlan: str  # of an access port "10", of a trunk "10,20"
     trunk: bool = False
+    switch: str = ""  # the first one's, if it does not say
+    machine: str = ""  # the host, named before, whose second cable this is
 
     def lines(self):
         mode = "trunk allowed" if self.trunk else "access"
@@ -45,17 +49,31 @@ class Lab:
     """What a step works with: the hosts, the wire, the switch, and words for the reader."""
 
     def __init__(self, scene, build):
-        self.scene = scene
-        self.hosts = {port.host: Host(port.host, port.number) for port in scene.PORTS}
+        self.scene, self.build = scene, build
+        self.configs = getattr(scene, "SWITCHES", None) or {"switch": scene.CONFIG}
+        self.switches = {}
+        for number, name in enumerate(self.configs):
+            self.add_switch(name, MACS[number], Network(name) if number else None)
+        self.switch = next(iter(self.switches.values()))
+        self.hosts = {}
+        for port in scene.PORTS:
+            net = self.hosts[port.machine].net if port.machine else Network(port.host)
+            self.hosts[port.host] = Host(port.host, port.number, net, self.switches[port.switch or self.switch.name].net)
         self.wire = Wire(list(self.hosts.values()), CAPTURE)
-        self.switch = Switch(build, getattr(scene, "LOG_LEVEL", 6))
         self.passed = 0
         self.kept = {}  # what a step leaves for later ones
         self.stale = []  # transactions whose UDP checksum is known to be wrong
 
-    def config(self):
-        lines = [line for port in self.scene.PORTS for line in port.lines()]
-        return "\n".join(lines) + "\n" + self.scene.CONFIG.strip() + "\n"
+    def add_switch(self, name, mac, net):
+        """A switch that lives in a network of its own, but for the first."""
+        self.switches[name] = Switch(self.build, getattr(self.scene, "LOG_LEVEL", 6), name, mac, net)
+        return self.switches[name]
+
+    def config(self, name=None):
+        """Of a switch, with its ports; of the first one, if none is named."""
+        first = self.switch.name
+        lines = [line for port in self.scene.PORTS if (port.switch or first) == (name or first) for line in port.lines()]
+        return "\n".join(lines) + "\n" + self.configs[name or first].strip() + "\n"
 
     def dhclient(self, host):
         return Dhclient(self.hosts[host])
@@ -103,11 +121,12 @@ class Lab:
         for line in str(text).splitlines():
             print(f"   | {line}".rstrip(), flush=True)
 
-    def show(self, *commands):
-        """Commands at the switch's prompt, and what it answers."""
+    def show(self, *commands, switch=None):
+        """Commands at a switch's prompt, and what it answers."""
+        switch = switch or self.switch
         for command in commands:
-            self.say(f"switch# {command}")
-            self.say("\n".join(line.rstrip() for line in self.switch.cli(command).splitlines() if line.strip()))
+            self.say(f"{switch.name}# {command}")
+            self.say("\n".join(line.rstrip() for line in switch.cli(command).splitlines() if line.strip()))
 
     def expect(self, what, got, want):
         if got != want:
@@ -146,13 +165,15 @@ class Lab:
         self.expect("frames among them that are malformed or have a bad checksum", judge.faults(CAPTURE, self.stale), [])
         for xid in self.stale:
             self.expect(f"faults of transaction {xid:#x}, besides its UDP checksum", judge.beside_checksum(CAPTURE, xid), [])
-        senders = {frame.data[6:12].hex(":") for frame in self.wire.seen if not frame.from_switch} | {self.switch.mac}
+        senders = {frame.data[6:12].hex(":") for frame in self.wire.seen if not frame.from_switch}
+        senders |= {switch.mac for switch in self.switches.values()}
         strangers = {frame.data[6:12].hex(":") for frame in self.wire.seen if frame.from_switch} - senders
         strangers = {mac for mac in strangers if not mac.startswith(getattr(self.scene, "UNHEARD", "none"))}
         self.expect("senders among them that are neither the switch nor a host", strangers, set())
 
     def stops(self):
-        self.expect("exit status of the switch", self.switch.stop(), 0)
+        status = {name: switch.stop() for name, switch in self.switches.items() if switch.running()}
+        self.expect("exit status", status, dict.fromkeys(status, 0))
         self.expect("devices that it left behind", self.devices("eth"), [])
 
 

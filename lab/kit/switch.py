@@ -6,18 +6,17 @@ import time
 
 from kit.sandbox import HERE
 
-SOCKET = f"{HERE}/switch.sock"
-CONFIG = f"{HERE}/switch.conf"  # `write memory` writes it, too
-MAC = "02:00:00:00:00:fe"
-LOG = f"{HERE}/switch.log"
-STATE = f"{HERE}/state"  # where it keeps its bindings
+STATE = f"{HERE}/switch.state"  # where the first one keeps its bindings
+MACS = "02:00:00:00:00:fe", "02:00:00:00:00:fd"
 
 
 class Switch:
-    config, mac = CONFIG, MAC
+    """It lives where the scene's first process lives, or in a network of its own."""
 
-    def __init__(self, build, log_level):
-        self.log_level = log_level
+    def __init__(self, build, log_level, name="switch", mac=MACS[0], net=None):
+        self.name, self.mac, self.net, self.log_level = name, mac, net, log_level
+        self.config = f"{HERE}/{name}.conf"  # `write memory` writes it, too
+        self.socket, self.log, self.state = f"{HERE}/{name}.sock", f"{HERE}/{name}.log", f"{HERE}/{name}.state"
         self.program = f"{build}/bin/softswitch"
         self.client = f"{build}/bin/switchctl"
         self.surroundings = {**os.environ, "LD_LIBRARY_PATH": f"{build}/lib"}  # wherever it was built
@@ -28,19 +27,20 @@ class Switch:
         """Starts the switch with these lines, or with the file that it saved itself. What it says when it does not
         come up is the exception's text."""
         if config is not None:
-            with open(CONFIG, "w", encoding="utf-8") as file:
+            with open(self.config, "w", encoding="utf-8") as file:
                 file.write(config)
-        log = open(LOG, "a", encoding="utf-8")  # noqa: the child's from here on
-        self.log_start = os.path.getsize(LOG)
-        self.process = subprocess.Popen(
-            [self.program, "--config", CONFIG, "--socket", SOCKET, "--state", STATE, "--foreground", "--mac", MAC,
-             "--log-level", str(self.log_level)], stdin=subprocess.DEVNULL, stdout=log, stderr=log, env=self.surroundings)
+        log = open(self.log, "a", encoding="utf-8")  # noqa: the child's from here on
+        self.log_start = os.path.getsize(self.log)
+        words = [self.program, "--config", self.config, "--socket", self.socket, "--state", self.state, "--foreground",
+                 "--mac", self.mac, "--log-level", str(self.log_level)]
+        self.process = subprocess.Popen(self.net.command(*words) if self.net else words, stdin=subprocess.DEVNULL,
+                                        stdout=log, stderr=log, env=self.surroundings)
         log.close()
         deadline = time.monotonic() + 15
         while time.monotonic() < deadline:
             if self.process.poll() is not None:
                 raise RuntimeError(self.said() or f"ended with status {self.process.returncode}")
-            if os.path.exists(SOCKET) and self._ask("show version").returncode == 0:
+            if os.path.exists(self.socket) and self._ask("show version").returncode == 0:
                 self.started = True
                 return
             time.sleep(0.05)
@@ -48,12 +48,12 @@ class Switch:
 
     def said(self):
         """What the switch wrote since it was last started."""
-        with open(LOG, encoding="utf-8", errors="replace") as file:
+        with open(self.log, encoding="utf-8", errors="replace") as file:
             file.seek(self.log_start)
             return file.read()
 
     def client_words(self):
-        return [self.client, "--socket", SOCKET]
+        return [self.client, "--socket", self.socket]
 
     def _ask(self, *commands):
         words = self.client_words()
@@ -121,4 +121,4 @@ class Switch:
 
     def prompt(self):
         """Hands the terminal to an operator."""
-        subprocess.run([self.client, "--socket", SOCKET], check=False)
+        subprocess.run([self.client, "--socket", self.socket], check=False)

@@ -18,10 +18,10 @@ PACKET_OUTGOING = 4
 class Behind:
     """A machine that a host stands before: its cable ends at the host's `back`, and its frames are not watched."""
 
-    def __init__(self, host, name):
-        self.name, self.mac, self.net = name, host.mac[:-2] + "02", Network(name)
-        run("ip", "link", "add", "back", "netns", host.name, "type", "veth", "peer", "name", name, "netns", name)
-        host.net.run("ip", "link", "set", "back", "addrgenmode", "none", "up")
+    def __init__(self, host, name, back="back", mac=None):
+        self.name, self.mac, self.net = name, mac or host.mac[:-2] + "02", Network(name)
+        run("ip", "link", "add", back, "netns", host.net.name, "type", "veth", "peer", "name", name, "netns", name)
+        host.net.run("ip", "link", "set", back, "addrgenmode", "none", "up")
         self.net.run("ip", "link", "set", "lo", "up")
         self.net.run("ip", "link", "set", name, "address", self.mac, "addrgenmode", "none", "up")
 
@@ -35,15 +35,18 @@ class Frame:
 
 
 class Host:
-    """A machine on a port. Its interface bears its name; the switch's end of the cable is `swN`."""
+    """A machine on a port. Its interface bears its name; the switch's end of the cable is `swN`, which lies in the
+    network `switch` if that has one of its own. A machine with cables to several ports has one `net`."""
 
-    def __init__(self, name, port):
+    def __init__(self, name, port, net, switch=None):
         self.name, self.port = name, port
         self.device = f"sw{port}"
         self.mac = f"02:00:00:00:{port:02x}:01"
-        self.net = Network(name)
-        run("ip", "link", "add", self.device, "type", "veth", "peer", "name", name, "netns", name)
-        run("ip", "link", "set", self.device, "addrgenmode", "none", "up")
+        self.net = net
+        run("ip", "link", "add", self.device, "type", "veth", "peer", "name", name, "netns", self.net.name)
+        if switch:
+            run("ip", "link", "set", self.device, "netns", switch.name)
+        (switch.run if switch else run)("ip", "link", "set", self.device, "addrgenmode", "none", "up")
         self.net.run("ip", "link", "set", "lo", "up")
         self.net.run("ip", "link", "set", name, "address", self.mac, "addrgenmode", "none", "up")
         with self.net:

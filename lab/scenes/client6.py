@@ -1,11 +1,9 @@
 """The switch as a DHCPv6 client: addresses for its own VLAN interfaces from stock servers, and from another switch."""
-import os
-import subprocess
-
 from kit.dhcp6 import REBIND, RELEASE, RENEW, REPLY, REQUEST, SOLICIT, sent_by
 from kit.ip6 import addresses, speaks_ip6
-from kit.sandbox import HERE, run
+from kit.sandbox import run
 from kit.scene import Port, steps_of
+from kit.switch import MACS
 
 TITLE = "A switch that gets its own IPv6 addresses by DHCPv6"
 PORTS = [
@@ -21,8 +19,7 @@ interface vlan 30
 """
 T1, T2, PREFERRED, VALID = TIMES = 5, 11, 16, 20
 DEADLINE = 180
-OTHER_MAC = "02:00:00:00:00:fd"
-UNHEARD = OTHER_MAC
+OTHER_MAC = MACS[1]
 OTHER = f"""
 interface gigabitethernet 1
  device peer
@@ -165,22 +162,14 @@ def saved(lab):
 
 @step("another switch of this kind is its server")
 def from_switch(lab):
-    peer, config = lab.hosts["peer"], f"{HERE}/other.conf"
-    speaks_ip6(peer)
-    with open(config, "w", encoding="utf-8") as file:
-        file.write(OTHER)
-    with open(f"{HERE}/other.log", "w", encoding="utf-8") as log:
-        other = subprocess.Popen(
-            peer.net.command(lab.switch.program, "--config", config, "--socket", f"{HERE}/other.sock", "--state",
-                             f"{HERE}/other", "--foreground", "--mac", OTHER_MAC), stdin=subprocess.DEVNULL, stdout=log,
-            stderr=log, env=lab.switch.surroundings)
-    lab.wait_until(lambda: os.path.exists(f"{HERE}/other.sock"), 10, "the other switch")
+    speaks_ip6(lab.hosts["peer"])
+    other = lab.add_switch("other", OTHER_MAC, lab.hosts["peer"].net)
+    other.start(OTHER)
     lab.switch.cli("configure", "interface vlan 30", "ipv6 address dhcp")
     lab.expect("addresses on eth0.30", bound(lab, 30), ["2001:db8:30::100/128"])
     row = shown(lab, 30)
     lab.expect_that("the other switch's MAC is on display", OTHER_MAC in row["Server"])
     lab.expect("T1 and T2", row["T1, T2"], "300 s, 480 s")
     lab.expect("the last DNS server", row["DNS server"], "2001:db8:30::54")
-    other.terminate()
-    lab.expect("exit status of the other switch", other.wait(10), 0)
+    lab.expect("exit status of the other switch", other.stop(), 0)
     lab.show("show ipv6 dhcp client statistics")
