@@ -5,7 +5,8 @@ demo_packages="g++ cmake ninja-build libcli-dev nlohmann-json3-dev
   isc-dhcp-relay nftables iproute2 util-linux"
 check_packages="$demo_packages clang clang-format clang-tidy libclang-rt-14-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev g++-mips-linux-gnu qemu-user
-  kea-admin tcpdump ethtool procps git make pkg-config dpkg-dev"
+  kea-admin tcpdump ethtool procps git make pkg-config dpkg-dev man-db bsdextrautils
+  adduser"
 
 coverage_packages="$check_packages gcovr"
 bench_packages="$check_packages isc-dhcp-server linux-perf"
