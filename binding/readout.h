@@ -1,9 +1,10 @@
-/// Bindings as values: what displays and programs read instead of the table itself.
+/// Bindings and interfaces as values: what displays and programs read instead of the records themselves.
 #pragma once
 
 #include <algorithm>
 #include <iterator>
 
+#include "binding/interfaces.h"
 #include "binding/table.h"
 
 namespace dhcp::binding {
@@ -25,6 +26,17 @@ int copy_bindings(const Table<Traits>& table, Value* out, int room, SetAddress s
     value.state = binding.state;
     set_address(value, binding);
     out[count - 1] = value;
+  });
+  return count;
+}
+
+/// The same for interfaces, ascending; their links are null.
+inline int copy_interfaces(const Interfaces& interfaces, SnoopIntfEntry* out, int room) {
+  int count = 0;
+  interfaces.each([&](const SnoopIntfEntry& entry) {
+    if (count++ >= room) return;
+    out[count - 1] = entry;
+    out[count - 1].next = out[count - 1].prev = nullptr;
   });
   return count;
 }

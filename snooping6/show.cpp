@@ -1,4 +1,4 @@
-/// Displays of the configuration and of the binding table, and both as values.
+/// Displays of the configuration and of the binding table; bindings, interfaces and counters as values.
 #include "base/report.h"
 #include "base/text.h"
 #include "binding/display.h"
@@ -60,6 +60,11 @@ int dhcp6_snoop_get_bindings(Dhcp6SnoopBinding* out, int room) {
   return copy_bindings(bindings, out, room, [](Dhcp6SnoopBinding& value, const MacBind6Struct& entry) {
     base::Ip6::from(entry.ip6).copy_to(value.ip6);
   });
+}
+
+int dhcp6_snoop_get_interfaces(SnoopIntfEntry* out, int room) {
+  const Lock lock;
+  return copy_interfaces(snooping6::interfaces, out, room);
 }
 
 int dhcp6_snoop_get_counters(uint32_t intf, Dhcp6SnoopCounters* out) {

@@ -241,6 +241,9 @@ struct DhcpSnoopBinding {
 /** Copies the first `room` bindings, by MAC bucket. Returns how many there are, which may be more. Takes the lock. */
 DHCP_API int dhcp_snoop_get_bindings(struct DhcpSnoopBinding* out, int room);
 
+/** Copies the first `room` interfaces, ascending, without their links. Returns how many there are. Takes the lock. */
+DHCP_API int dhcp_snoop_get_interfaces(struct SnoopIntfEntry* out, int room);
+
 /** Copies the counters of an interface; 0 = frames of no listed interface. -1 when there is no such interface. Takes
     the lock, like the next two. */
 DHCP_API int dhcp_snoop_get_counters(uint32_t intf, struct DhcpSnoopCounters* out);

@@ -135,6 +135,8 @@ struct Dhcp6SnoopBinding {
 
 /** Copies the first `room` bindings, by MAC bucket. Returns how many there are, which may be more. */
 DHCP_API int dhcp6_snoop_get_bindings(struct Dhcp6SnoopBinding* out, int room);
+/** Copies the first `room` interfaces, ascending, without their links. Returns how many there are. */
+DHCP_API int dhcp6_snoop_get_interfaces(struct SnoopIntfEntry* out, int room);
 /** Copies the counters of an interface; 0 = frames of no listed interface. -1 when there is no such interface. */
 DHCP_API int dhcp6_snoop_get_counters(uint32_t intf, struct Dhcp6SnoopCounters* out);
 DHCP_API int dhcp6_snoop_get_database(struct DhcpSnoopDatabase* out);

@@ -2,19 +2,14 @@
 #include <algorithm>
 
 #include "dhcp/counters.h"
-#include "platform/text.h"
 #include "softswitch/cli/client6_interfaces.h"
+#include "softswitch/cli/records.h"
 #include "softswitch/cli/session.h"
 
 namespace dhcp::softswitch::cli {
 
 std::vector<Dhcp6cInterface> client6_interfaces() {
-  std::vector<Dhcp6cInterface> interfaces;
-  for (int count = dhcp6c_get_interfaces(nullptr, 0); static_cast<size_t>(count) > interfaces.size();) {
-    interfaces.resize(static_cast<size_t>(count));
-    count = dhcp6c_get_interfaces(interfaces.data(), count);
-    if (static_cast<size_t>(count) < interfaces.size()) interfaces.resize(static_cast<size_t>(count));
-  }
+  auto interfaces = all_records(dhcp6c_get_interfaces);
   std::sort(interfaces.begin(), interfaces.end(), [](const auto& a, const auto& b) { return a.vlan < b.vlan; });
   return interfaces;
 }
@@ -56,21 +51,14 @@ Cell in_time(uint32_t seconds) {
   return {seconds, seconds == 0 ? "now" : "in " + std::to_string(seconds) + " s"};
 }
 
-std::string hexadecimal(const uint8_t* bytes, size_t size) {
-  std::string text;
-  for (size_t i = 0; i < size; ++i) text += format("%02x", bytes[i]);
-  return text;
-}
-
 void add_server(Settings& settings, const Dhcp6cInterface& row) {
   const bool known = row.server_duid_len != 0;
-  char mac[18];
   const char* const label = known ? "Server" : "";
-  settings.row("", label, ip6_text(row.server_ip6) + ", MAC " + onu_mac2str(row.server_mac, mac));
+  settings.row("", label, ip6_text(row.server_ip6) + ", MAC " + mac_text(row.server_mac));
   settings.set("server", known ? Json(ip6_text(row.server_ip6)) : Json());
-  settings.set("server_mac", known ? Json(mac) : Json());
+  settings.set("server_mac", known ? Json(mac_text(row.server_mac)) : Json());
   settings.row("server_duid", known ? "Server's DUID" : "",
-               word_or_none(hexadecimal(row.server_duid, row.server_duid_len)));
+               word_or_none(hexadecimal({row.server_duid, row.server_duid_len})));
   Json dns = Json::array();
   for (int i = 0; i < row.dns_count; ++i) {
     settings.row("", known ? "DNS server" : "", ip6_text(row.dns[i]));

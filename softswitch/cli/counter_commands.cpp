@@ -2,6 +2,7 @@
 #include "platform/text.h"
 #include "softswitch/cli/module_counters.h"
 #include "softswitch/cli/readout.h"
+#include "softswitch/cli/records.h"
 #include "softswitch/cli/session.h"
 
 namespace dhcp::softswitch::cli {
@@ -50,15 +51,7 @@ constexpr Command rows[] = {
 
 }  // namespace
 
-std::vector<DhcpCounter> module_counters() {
-  std::vector<DhcpCounter> counters(256);
-  for (;;) {
-    const auto found = static_cast<size_t>(dhcp_get_counters(counters.data(), static_cast<int>(counters.size())));
-    const bool all = found <= counters.size();
-    counters.resize(found);
-    if (all) return counters;
-  }
-}
+std::vector<DhcpCounter> module_counters() { return all_records(dhcp_get_counters); }
 
 std::span<const Command> counter_commands() { return rows; }
 

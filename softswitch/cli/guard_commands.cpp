@@ -51,11 +51,6 @@ Table counters(GuardKind kind, bool PortConfig::*on) {
   return table;
 }
 
-template <class Host>
-std::string mac_text(const Host& host) {
-  char text[18];
-  return onu_mac2str(host.mac.data(), text);
-}
 std::string address_text(const KnownHost& host) { return dotted(host.ip); }
 std::string address_text(const KnownHost6& host) { return ip6_text(host.ip6.data()); }
 
@@ -69,7 +64,7 @@ Table hosts_table(const char* address_key, const char* address_title, const std:
                {"lease", "Lease, s", Align::right}});
   for (const Host& host : hosts) {
     if (!shown(host.intf)) continue;
-    table.add({str_intf_id(host.intf), address_text(host), mac_text(host), host.vlan, lifetime(host.lease)});
+    table.add({str_intf_id(host.intf), address_text(host), mac_text(host.mac.data()), host.vlan, lifetime(host.lease)});
   }
   return table;
 }
@@ -99,7 +94,7 @@ Outcome show_arp_check(Readout& out, const Args&) {
   Table table({{"port", "Port"}, {"ip", "IP address"}, {"mac", "MAC address"}, {"entry", "Entry"}, {"from", "From"}});
   const auto add = [&](HostList list, const char* kind) {
     for (const KnownHost& host : switch_control().hosts(list))
-      table.add({str_intf_id(host.intf), dotted(host.ip), mac_text(host), kind,
+      table.add({str_intf_id(host.intf), dotted(host.ip), mac_text(host.mac.data()), kind,
                  host.type == 2 ? "dhcp snooping" : std::to_string(host.type)});
   };
   add(HostList::arp_check, "checked");

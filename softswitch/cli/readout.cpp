@@ -1,8 +1,18 @@
 #include "softswitch/cli/readout.h"
 
 #include <algorithm>
+#include <ctime>
 
 namespace dhcp::softswitch::cli {
+
+Cell moment(uint32_t time) {
+  if (time == 0) return none("never");
+  const auto seconds = static_cast<time_t>(time);
+  tm local{};
+  char text[32] = "";
+  if (localtime_r(&seconds, &local) != nullptr) std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
+  return {time, text};
+}
 
 std::string Table::text() const {
   std::vector<size_t> widths;

@@ -38,6 +38,9 @@ constexpr uint32_t infinite_time = 0xffffffff;
 /// Seconds that the module keeps in a signed number.
 inline Cell lifetime(int32_t seconds) { return {static_cast<uint32_t>(seconds), std::to_string(seconds)}; }
 
+/// Seconds since the epoch, in local time for people; 0 = never.
+Cell moment(uint32_t time);
+
 enum class Align { left, right };
 
 /// Rows of equal shape: a text table whose columns fit their content, an array of objects. A column without a title is
@@ -92,6 +95,7 @@ class Readout {
 
   /// In the reader's form.
   std::string result() const { return reader_ == Reader::program ? json_.text() + "\n" : text_; }
+  const std::string& text() const { return text_; }
   const Json& json() const { return json_; }
 
  private:

@@ -3,17 +3,17 @@
 #include <unistd.h>
 
 #include "softswitch/cli/running_config.h"
-#include "softswitch/cli/session.h"
 
 namespace dhcp::softswitch::cli {
 
-Outcome show_file(Session& session, ReadoutWriter write, int a) {
+Outcome show_file(Readout& out, ReadoutWriter write, int a) {
+  if (out.reader() == Reader::program) return {};
   char path[128] = "";
   if (write(path, a, getpid()) < 0) return Fault{"the temporary file for this readout cannot be written"};
   const auto text = read_file(path);
   unlink(path);
   if (!text) return Fault{"the temporary file of this readout cannot be read"};
-  session.say(*text);
+  out.say(*text);
   return {};
 }
 

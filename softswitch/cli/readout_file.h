@@ -1,6 +1,7 @@
-/// Readouts that the module writes itself, as text files.
+/// Readouts that the module writes itself, as text files. What programs get in their place comes from its records.
 #pragma once
 
+#include "softswitch/cli/readout.h"
 #include "softswitch/cli/table.h"
 
 namespace dhcp::softswitch::cli {
@@ -8,13 +9,14 @@ namespace dhcp::softswitch::cli {
 /// Gets the name of a temporary file by itself; gives less than 0 when it cannot write it.
 using ReadoutWriter = int (*)(char* path, int a, int b);
 
-/// Lets the module write its file, shows it and removes it.
-Outcome show_file(Session& session, ReadoutWriter write, int a = 0);
+/// Lets the module write its file, adds it to the text and removes it. Nothing for a program.
+Outcome show_file(Readout& out, ReadoutWriter write, int a = 0);
 
-/// A command that does just that.
-template <ReadoutWriter write>
-Outcome show_readout(Session& session, const Args&) {
-  return show_file(session, write);
+/// A command that does just that; `records` gives a program's form.
+template <ReadoutWriter write, Json (*records)()>
+Outcome show_readout(Readout& out, const Args&) {
+  if (out.reader() == Reader::program) out.set(records());
+  return show_file(out, write);
 }
 
 }  // namespace dhcp::softswitch::cli

@@ -71,11 +71,10 @@ Outcome show_destinations(Readout& out, const Args&) {
                {"requests", "Requests", right},
                {"replies", "Replies", right}});
   for (const Dhcp6RelayDestination& row : destinations()) {
-    char mac[18];
     const bool known = row.state == DHCP6_RELAY_VALID;
-    table.add({ip6_text(row.ip6), known ? Cell(onu_mac2str(row.mac, mac)) : none(),
-               row.vlan != 0 ? Cell(row.vlan) : none(), row.out_intf != 0 ? Cell(str_intf_id(row.out_intf)) : none(),
-               dhcp6_relay_state_name(row.state), known ? Cell(row.age) : none(), row.requests, row.replies});
+    table.add({ip6_text(row.ip6), known ? Cell(mac_text(row.mac)) : none(), row.vlan != 0 ? Cell(row.vlan) : none(),
+               row.out_intf != 0 ? Cell(str_intf_id(row.out_intf)) : none(), dhcp6_relay_state_name(row.state),
+               known ? Cell(row.age) : none(), row.requests, row.replies});
   }
   out.add(table);
   return {};
@@ -95,6 +94,17 @@ Outcome show_statistics(Readout& out, const Args&) {
   return {};
 }
 
+Json relay() {
+  int on = 0;
+  get_dhcp6_relay_start(&on);
+  Json rows = Json::array();
+  for (const Dhcp6RelayDestination& row : destinations())
+    rows.push_back(Json::object({{"destination", ip6_text(row.ip6)},
+                                 {"port", row.out_intf != 0 ? Json(str_intf_id(row.out_intf)) : Json()},
+                                 {"valid", row.state != DHCP6_RELAY_PROBING}}));
+  return Json::object({{"enabled", on != 0}, {"destinations", rows}});
+}
+
 Outcome clear_statistics(Session&, const Args&) {
   dhcp6_relay_clear_counters();
   return {};
@@ -105,7 +115,7 @@ constexpr Modes configure = in(Mode::configure);
 
 constexpr Command rows[] = {
     {exec, "show ipv6 dhcp relay", "State of the DHCPv6 relay and its destinations",
-     show_readout<show_dhcp6_relay_info>, "show ipv6 dhcp relay"},
+     show_readout<show_dhcp6_relay_info, relay>, "show ipv6 dhcp relay"},
     {exec, "show ipv6 dhcp relay destination", "Destinations, their next hops, what they were asked and answered",
      show_destinations, "show ipv6 dhcp relay destination"},
     {exec, "show ipv6 dhcp relay statistics", "What became of the frames", show_statistics,

@@ -24,9 +24,8 @@ Outcome show_helpers(Readout& out, const Args&) {
                {"requests", "Requests", right},
                {"replies", "Replies", right}});
   for (const DhcpRelayHelper& helper : all_helpers()) {
-    char mac[18];
     const auto when_valid = [&](Cell cell) { return helper.valid != 0 ? cell : none(); };
-    table.add({dotted(helper.ip), when_valid(onu_mac2str(helper.mac, mac)), when_valid(helper.vlan),
+    table.add({dotted(helper.ip), when_valid(mac_text(helper.mac)), when_valid(helper.vlan),
                helper.valid != 0 ? "valid" : "probing", when_valid(helper.age), helper.requests, helper.replies});
   }
   out.add(table);
@@ -47,12 +46,34 @@ Outcome show_statistics(Readout& out, const Args&) {
   return {};
 }
 
+Json relay() {
+  int status = DHCPR_OFF, trust = 0, port = 0, tag_mode = 0, vlan = 0;
+  DHCPR_get_sts(&status);
+  DHCPR_get_trust(&trust);
+  DHCPR_get_route_port(&port);
+  DHCPR_get_route_vlan(&tag_mode, &vlan);
+  Json helpers = Json::array();
+  for (const DhcpRelayHelper& helper : all_helpers()) {
+    const bool valid = helper.valid != 0;
+    helpers.push_back(
+        Json::object({{"helper", dotted(helper.ip)}, {"vlan", valid ? Json(helper.vlan) : Json()}, {"valid", valid}}));
+  }
+  return Json::object({{"enabled", status != DHCPR_OFF},
+                       {"management_vlan", status == DHCPR_ON_MANAGEMENT_VLAN},
+                       {"trust_client_option82", trust != 0},
+                       {"option82", DHCPR_get_option82_status() != 0},
+                       {"route_port", str_intf_id(static_cast<uint32_t>(port))},
+                       {"route_tag_mode", tag_mode},
+                       {"route_vlan", vlan != 0 ? Json(vlan) : Json()},
+                       {"helpers", helpers}});
+}
+
 constexpr Modes exec = in(Mode::exec);
 
 constexpr Command rows[] = {
     {exec, "show ip helper-address", "Helpers, their next hops, and what they were asked and answered", show_helpers,
      "show ip helper-address"},
-    {exec, "show ip dhcp relay", "State of the relay and its helpers", show_readout<show_dhcp_relay_info>,
+    {exec, "show ip dhcp relay", "State of the relay and its helpers", show_readout<show_dhcp_relay_info, relay>,
      "show ip dhcp relay"},
     {exec, "show ip dhcp relay statistics", "What became of the frames", show_statistics,
      "show ip dhcp relay statistics"},

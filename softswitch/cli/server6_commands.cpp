@@ -1,6 +1,8 @@
-/// The DHCPv6 server as a whole: on and off, pools, readouts, clearing.
+/// The DHCPv6 server as a whole: on and off, pools, clearing.
+#include <algorithm>
 #include "dhcp/server6.h"
-#include "softswitch/cli/readout_file.h"
+
+#include "softswitch/cli/records.h"
 #include "softswitch/cli/session.h"
 
 namespace dhcp::softswitch::cli {
@@ -27,11 +29,8 @@ Outcome pool_mode(Session& session, const Args& args) {
 }
 
 bool pool_exists(uint32_t pool_id) {
-  std::vector<Dhcp6Pool> pools(DHCP6S_MAX_POOLS);
-  const auto count = static_cast<size_t>(dhcp6_server_get_pools(pools.data(), DHCP6S_MAX_POOLS));
-  for (size_t i = 0; i < count && i < pools.size(); ++i)
-    if (pools[i].pool_id == pool_id) return true;
-  return false;
+  const auto pools = all_records(dhcp6_server_get_pools);
+  return std::any_of(pools.begin(), pools.end(), [=](const Dhcp6Pool& pool) { return pool.pool_id == pool_id; });
 }
 
 Outcome no_pool(Session&, const Args& args) {
@@ -52,22 +51,6 @@ Outcome clear_all(Session&, const Args&) {
   return {};
 }
 
-/// A column a message type would be wider than a screen: one line a fate and type that occurred.
-Outcome show_statistics(Readout& out, const Args&) {
-  constexpr const char* types[] = {"other", "solicit", "advertise", "request", "confirm", "renew",      "rebind",
-                                   "reply", "release", "decline",   "reconf",  "inform",  "relay-forw", "relay-repl"};
-  Dhcp6ServerCounters counters{};
-  dhcp6_server_get_counters(&counters);
-  Table table({{"fate", "Fate"}, {"message", "Message"}, {"frames", "Frames", Align::right}});
-  for (int verdict = 0; verdict < DHCP6S_VERDICTS; ++verdict)
-    for (size_t type = 0; type < std::size(types); ++type) {
-      const uint32_t count = counters.count[verdict][type];
-      if (count != 0) table.add({dhcp6_server_verdict_name(verdict), types[type], count});
-    }
-  out.add(table);
-  return {};
-}
-
 Outcome clear_statistics(Session&, const Args&) {
   dhcp6_server_clear_counters();
   return {};
@@ -77,14 +60,6 @@ constexpr Modes exec = in(Mode::exec);
 constexpr Modes configure = in(Mode::configure);
 
 constexpr Command rows[] = {
-    {exec, "show ipv6 dhcp server", "State of the DHCPv6 server and all its pools",
-     show_readout<show_dhcp6_server_conf>, "show ipv6 dhcp server"},
-    {exec, "show ipv6 dhcp server statistics", "What became of the messages", show_statistics,
-     "show ipv6 dhcp server statistics"},
-    {exec, "show ipv6 dhcp binding", "IPv6 addresses given to clients", show_readout<show_dhcp6_server_binding>,
-     "show ipv6 dhcp binding"},
-    {exec, "show ipv6 dhcp conflict", "IPv6 addresses found in use", show_readout<show_dhcp6_server_conflict>,
-     "show ipv6 dhcp conflict"},
     {exec, "clear ipv6 dhcp binding *", "Remove all bindings", clear_all<dhcp6_server_clear_binding>,
      "clear ipv6 dhcp binding *"},
     {exec, "clear ipv6 dhcp binding ADDRESS6", "Remove the binding of an address",

@@ -177,8 +177,7 @@ Outcome show_mac_table(Readout& out, const Args&) {
       {{"vlan", "VLAN", Align::right}, {"mac", "MAC address"}, {"port", "Port"}, {"age", "Age, s", Align::right}});
   const auto rows = switch_control().mac_table();
   for (const MacRow& row : rows) {
-    char mac[18];
-    table.add({row.vlan, onu_mac2str(row.mac, mac), str_intf_id(row.intf), row.age_s});
+    table.add({row.vlan, mac_text(row.mac), str_intf_id(row.intf), row.age_s});
   }
   out.add(table, "addresses");
   out.set("aging_time", switch_control().mac_aging_time());

@@ -1,66 +1,17 @@
-/// What snooping knows and has seen: settings, clients, counters, the file of bindings.
+/// What snooping knows and has seen: clients, counters, the file of bindings.
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <ctime>
 #include <type_traits>
 #include <utility>
 
-#include "platform/intf_list.h"
 #include "platform/text.h"
-#include "softswitch/cli/readout_file.h"
-#include "softswitch/cli/session.h"
 #include "softswitch/cli/snooping_family.h"
 
 namespace dhcp::softswitch::cli {
 namespace {
 
 constexpr uint32_t no_port = 0;  // stands for frames that came from no port of the switch
-
-std::string number(uint64_t value) { return std::to_string(value); }
-
-/// Seconds since the epoch, 0 = never.
-Cell moment(uint32_t time) {
-  if (time == 0) return none("never");
-  const auto seconds = static_cast<time_t>(time);
-  tm local{};
-  char text[32] = "";
-  if (localtime_r(&seconds, &local) != nullptr) std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &local);
-  return {time, text};
-}
-
-// --- Settings
-
-void say_row(Session& session, const char* label, const std::string& value) {
-  session.say(format("         %-32s %s\n", label, value.c_str()));
-}
-
-/// The module's own readout, and what only the switch knows or only a structure tells.
-Outcome show_snooping(Session& session, const Args&) {
-  if (auto bad = show_file(session, show_dhcp_snoop_conf)) return bad;
-  DhcpSnoopRogue rogue{};
-  dhcp_snoop_get_rogue(&rogue);
-  session.say("\n");
-  say_row(session, "Frames above the packet limit :", number(switch_control().event_queue().dropped_rate));
-  say_row(session, "Messages of rogue servers :", number(rogue.seen));
-  if (rogue.time != 0) say_row(session, "Last of them at :", moment(rogue.time).text);
-  return {};
-}
-
-/// The module wants to be told where to write its readout.
-int write_settings6(char* path, int a, int b) {
-  get_tmp_file_name(0, path, a, b);
-  return show_dhcp6_snoop_conf(path);
-}
-
-/// Servers on untrusted ports never come as far as snooping, so the chip has to say how many there were.
-Outcome show_snooping6(Session& session, const Args&) {
-  constexpr uint32_t group = 11, untrusted_servers = 2;
-  if (auto bad = show_file(session, write_settings6)) return bad;
-  session.say("\n");
-  say_row(session, "Server messages stopped by chip :", number(switch_control().rule_hits(group, untrusted_servers)));
-  return {};
-}
 
 // --- Clients
 
@@ -75,9 +26,8 @@ Cell lease_left(const Binding& binding) {
 
 template <class Family>
 std::vector<Cell> binding_cells(const typename Family::Binding& binding) {
-  char mac[18];
   const bool bound = binding.state != 0, fixed = binding.is_static != 0;
-  return {onu_mac2str(binding.mac, mac),
+  return {mac_text(binding.mac),
           Family::address(binding),
           binding.vlan,
           str_intf_id(binding.intf),
@@ -177,31 +127,23 @@ Table verdicts() {
   return table;
 }
 
-/// The module's two counters stand in its own record.
-void add_dropped(Table& table, uint32_t intf) {
-  const auto* const node = intf_order_list_search(g_dhcp_snooping.intf_list, intf);
-  if (node == nullptr) return;
-  const auto* const port = reinterpret_cast<const SnoopIntfEntry*>(node);
-  if (port->dropped_ack == 0 && port->dropped_offer == 0) return;
-  table.add({str_intf_id(intf), port->dropped_ack, port->dropped_offer});
-}
-
-Outcome show_statistics(Readout& out, const Args&) {
+/// The module's two counters, which stand in its own record.
+void add_dropped(Readout& out) {
   Table dropped({{"port", "Port"},
                  {"dropped_ack", "Dropped Ack Pkts", Align::right},
                  {"dropped_offer", "Dropped Offer Pkts", Align::right}});
-  dhcp_snooping_mutex_lock_func();
-  for (uint32_t intf = 1; intf <= switch_control().port_count() && g_dhcp_snooping.intf_list != nullptr; ++intf)
-    add_dropped(dropped, intf);
-  dhcp_snooping_mutex_unlock_func();
-  out.add(verdicts<Snooping4>(), "fates");
+  for (const SnoopIntfEntry& port : all_records(dhcp_snoop_get_interfaces)) {
+    if (port.dropped_ack != 0 || port.dropped_offer != 0)
+      dropped.add({str_intf_id(port.ifindex), port.dropped_ack, port.dropped_offer});
+  }
   out.say("\n");
   out.add(dropped, "dropped");
-  return {};
 }
 
-Outcome show_statistics6(Readout& out, const Args&) {
-  out.add(verdicts<Snooping6>(), "fates");
+template <class Family>
+Outcome show_statistics(Readout& out, const Args&) {
+  out.add(verdicts<Family>(), "fates");
+  if constexpr (Family::counts_dropped) add_dropped(out);
   return {};
 }
 
@@ -230,10 +172,9 @@ Outcome show_database(Readout& out, const Args&) {
 constexpr Modes exec = in(Mode::exec);
 
 template <class F>
-std::vector<Command> rows(Run settings, Show statistics, std::string_view about_settings) {
+std::vector<Command> rows() {
   return spelt(
       {
-          {exec, "show % dhcp snooping", about_settings, settings, "show % dhcp snooping"},
           {exec, "show % dhcp snooping binding", "Clients that snooping knows", show_all<F>,
            "show % dhcp snooping binding | count"},
           {exec, "show % dhcp snooping binding mac MAC", "The client with this hardware address", show_by_mac<F>,
@@ -242,37 +183,23 @@ std::vector<Command> rows(Run settings, Show statistics, std::string_view about_
            "show % dhcp snooping binding vlan 10"},
           {exec, "show % dhcp snooping binding interface gigabitethernet PORT", "The clients behind a port",
            show_by_port<F>, "show % dhcp snooping binding interface gigabitethernet 1"},
-          {exec, "show % dhcp snooping statistics", "What became of the frames, by port and message type", statistics,
-           "show % dhcp snooping statistics"},
+          {exec, "show % dhcp snooping statistics", "What became of the frames, by port and message type",
+           show_statistics<F>, "show % dhcp snooping statistics"},
           {exec, "show % dhcp snooping database", "The file of the bindings, and what became of it", show_database<F>,
            "show % dhcp snooping database"},
       },
       F::words);
 }
 
-constexpr Command option82_rows[] = {
-    {exec, "show ip dhcp information option circuitid", "Circuit ids that are set",
-     show_readout<show_dhcp_snoop_option82_circuit_id>, "show ip dhcp information option circuitid"},
-    {exec, "show ip dhcp information option remoteid", "Remote ids that are set",
-     show_readout<show_dhcp_snoop_option82_remote_id>, "show ip dhcp information option remoteid"},
-    {exec, "show ip dhcp information option ip", "Link addresses that are set",
-     show_readout<show_dhcp_snoop_option82_ip>, "show ip dhcp information option ip"},
-};
+template <class F>
+std::span<const Command> all_rows() {
+  static const auto all = rows<F>();
+  return all;
+}
 
 }  // namespace
 
-std::span<const Command> snooping_readouts() {
-  static const auto all =
-      rows<Snooping4>(show_snooping, show_statistics, "Settings of $ snooping, and the last rogue server");
-  return all;
-}
-
-std::span<const Command> snooping6_readouts() {
-  static const auto all =
-      rows<Snooping6>(show_snooping6, show_statistics6, "Settings of $ snooping, and what the chip stopped");
-  return all;
-}
-
-std::span<const Command> option82_readouts() { return option82_rows; }
+std::span<const Command> snooping_readouts() { return all_rows<Snooping4>(); }
+std::span<const Command> snooping6_readouts() { return all_rows<Snooping6>(); }
 
 }  // namespace dhcp::softswitch::cli

@@ -1,5 +1,7 @@
 #include "softswitch/cli/table.h"
 
+#include <cstdlib>
+
 namespace dhcp::softswitch::cli {
 namespace {
 
@@ -7,11 +9,11 @@ std::vector<Command> join() {
   std::vector<Command> all;
   for (const auto part :
        {session_commands(), show_commands(),      config_readouts(),   capture_commands(),   log_commands(),
-        counter_commands(), server_readouts(),    snooping_readouts(), option82_readouts(),  relay_readouts(),
+        counter_commands(), server_readouts(),    snooping_settings(), snooping_readouts(),  relay_readouts(),
         switch_commands(),  relay_commands(),     server_commands(),   snooping_commands(),  snooping4_only(),
         snooping_clears(),  snooping6_commands(), snooping6_only(),    snooping6_readouts(), snooping6_clears(),
-        guard_commands(),   relay6_commands(),    server6_commands(),  client6_commands(),   pool_commands(),
-        tech_support(),     pool6_commands()}) {
+        guard_commands(),   relay6_commands(),    server6_readouts(),  server6_commands(),   client6_commands(),
+        pool_commands(),    tech_support(),       pool6_commands()}) {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;
@@ -122,6 +124,8 @@ constexpr KeywordHelp keyword_texts[] = {
 };
 
 }  // namespace
+
+void show_without_readout() { std::abort(); }
 
 std::span<const Command> commands() {
   static const std::vector<Command> all = join();

@@ -1,9 +1,9 @@
 /// Everything that whoever is asked for help will ask for, in one readout.
 #include <ctime>
 
-#include "platform/text.h"
 #include "softswitch/cli/form.h"
-#include "softswitch/cli/session.h"
+#include "softswitch/cli/match.h"
+#include "softswitch/cli/readout.h"
 
 namespace dhcp::softswitch::cli {
 namespace {
@@ -19,26 +19,31 @@ std::optional<std::string> line_without_values(const Form& form) {
   return line;
 }
 
-void say_readout(Session& session, const std::string& line) {
-  session.say("\n------------------ " + line + " ------------------\n\n");
-  if (const Outcome bad = session.run_in_exec(line)) session.say(bad->reason + "\n");
+/// A readout that is refused has no value.
+void add_readout(Readout& out, const std::string& line) {
+  const Match match = match_line(line, Mode::exec);
+  Readout readout(out.reader());
+  const Outcome refused = match.command->show(readout, match.args);
+  out.say("\n------------------ " + line + " ------------------\n\n" +
+          (refused ? refused->reason + "\n" : readout.text()));
+  out.set(line, refused ? Json() : readout.json());
 }
 
 /// Every readout of the command table that takes no value, in the table's order, and each port that is in use.
-Outcome show(Session& session, const Args&) {
+Outcome show(Readout& out, const Args&) {
   const time_t now = time(nullptr);
   tm parts{};
   localtime_r(&now, &parts);
   char date[40];
   std::strftime(date, sizeof date, "%Y-%m-%d %H:%M:%S %z", &parts);
-  session.say(std::string(date) + "\n");
+  out.say(std::string(date) + "\n");
   for (const Form& form : forms_of(Mode::exec)) {
     const auto line = line_without_values(form);
-    if (line && line->starts_with("show ") && form.command->run != show) say_readout(session, *line);
+    if (line && form.command->show != nullptr && form.command->show != show) add_readout(out, *line);
   }
   for (uint32_t port = 1; port <= switch_control().port_count(); ++port)
     if (!switch_control().port(port).config.device.empty())
-      say_readout(session, format("show interfaces gigabitethernet %u", port));
+      add_readout(out, format("show interfaces gigabitethernet %u", port));
   return {};
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "platform/text.h"
 #include "softswitch/cli/words.h"
 #include "softswitch/control.h"
 #include "softswitch/log.h"
@@ -267,6 +268,18 @@ std::string dotted(uint32_t address) {
 std::string ip6_text(const uint8_t* address) {
   char text[INET6_ADDRSTRLEN] = "";
   inet_ntop(AF_INET6, address, text, sizeof text);
+  return text;
+}
+
+std::string mac_text(const uint8_t* mac) {
+  char text[18];
+  return onu_mac2str(mac, text);
+}
+
+std::string hexadecimal(std::span<const uint8_t> bytes) {
+  constexpr char digits[] = "0123456789abcdef";
+  std::string text;
+  for (const uint8_t byte : bytes) text += {digits[byte >> 4], digits[byte & 15]};
   return text;
 }
 

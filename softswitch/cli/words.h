@@ -76,6 +76,8 @@ std::optional<std::string> parse_value(const Placeholder& place, std::string_vie
 
 std::string dotted(uint32_t address);                            // of a host-order number
 std::string ip6_text(const uint8_t* address);                    // of sixteen bytes
+std::string mac_text(const uint8_t* mac);                        // of six
+std::string hexadecimal(std::span<const uint8_t> bytes);         // "01ff"
 std::string vlan_list_text(const std::vector<uint16_t>& vlans);  // "5-7,10"; "all" when empty
 
 }  // namespace dhcp::softswitch::cli

@@ -64,6 +64,21 @@ TEST_F(JsonTest, ConfigurationsAreGroupedByBlock) {
       << all;
 }
 
+/// What a readout's example asks for, without its filter.
+std::string asked(const Command& command) {
+  return std::string(trim_end(command.example.substr(0, command.example.find('|'))));
+}
+
+TEST_F(JsonTest, EveryShowCommandHasIt) {
+  type({"configure", "ip dhcp pool 1", "end", "write memory"});
+  for (const Command& command : commands()) {
+    EXPECT_EQ(command.form.starts_with("show "), command.show != nullptr) << command.form;
+    if (command.show == nullptr) continue;
+    const json value = ask(asked(command));
+    EXPECT_TRUE(value.is_object() || value.is_array()) << command.form << ": " << value;
+  }
+}
+
 TEST_F(JsonTest, ASessionWithAProgramGivesEveryAcceptedLineAsJson) {
   session.speak_to(Reader::program);
   EXPECT_EQ(json::parse(type({"show vlan"}))[0]["vlan"], 1);
