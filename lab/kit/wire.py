@@ -13,6 +13,8 @@ ETH_P_ALL = 3
 SOL_PACKET, PACKET_AUXDATA = 263, 8
 VLAN_VALID = 1 << 4
 PACKET_OUTGOING = 4
+PACKET_IGNORE_OUTGOING = 23
+EARS_SIZE = 4 << 20  # or what the system allows
 
 
 class Behind:
@@ -52,6 +54,7 @@ class Host:
         with self.net:
             self.ears, self.mouth = self._socket(), self._socket()
         self.ears.setsockopt(SOL_PACKET, PACKET_AUXDATA, 1)
+        self.ears.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, EARS_SIZE)
         self.ears.setblocking(False)
 
     def _socket(self):

@@ -1,6 +1,11 @@
-"""The server's limits: pools, hosts, addresses in a line, bindings, lengths of client identifiers."""
-from kit.crafted import DISCOVER, RELEASE, ip_bytes
+"""The servers' limits: pools, hosts, addresses in a line, bindings, lengths of client identifiers, clients at once."""
+import re
+import signal
+
+from kit.crafted import DISCOVER, RELEASE, dhcp, ip_bytes
+from kit.dhcp6 import ADVERTISE, SOLICIT, Message, is_dhcp6, option
 from kit.scene import Port, steps_of
+from kit.wire import PACKET_IGNORE_OUTGOING, SOL_PACKET
 
 TITLE = "How much the server holds"
 PORTS = [Port(1, "carl", "10")]
@@ -10,13 +15,88 @@ CONFIG = f"""
 vlan 10
 interface vlan 10
  ip address {OWN} 255.255.252.0
+ ipv6 address 2001:db8:8::1/64
  exit
 ip dhcp-server
+service dhcpv6-server
+ipv6 dhcp pool 1
+ network-address 2001:db8:8::1:0 64
+ exit
 ip dhcp pool 1
  network 192.168.8.0 255.255.252.0 192.168.8.2 192.168.11.254
  exit
 """
+BURST = 400  # clients at once: more than the event queue holds, fewer than the servers' bindings
 STEPS, step = steps_of()
+
+
+def queue(lab):
+    """Figures of `show event-queue`: "Waiting", "Highest", "Posted", "Lost, queue full", "Lost, above rate limit"."""
+    rows = re.findall(r"^(\S.*?)\s{2,}(\d+)", lab.switch.cli("show event-queue"), re.MULTILINE)
+    return {name: int(value) for name, value in rows}
+
+
+def at_once(lab, frames):
+    """The frames wait in the port's ring while the switch stands still, and then come all at once; what the queue's
+    figures have grown by when it is done."""
+    before = queue(lab)
+    # The answers are what is to be heard; what is sent would fill the same buffer.
+    lab.hosts["carl"].ears.setsockopt(SOL_PACKET, PACKET_IGNORE_OUTGOING, 1)
+    lab.switch.process.send_signal(signal.SIGSTOP)
+    try:
+        for frame in frames:
+            lab.hosts["carl"].send(frame)
+    finally:
+        lab.switch.process.send_signal(signal.SIGCONT)
+        lab.hosts["carl"].ears.setsockopt(SOL_PACKET, PACKET_IGNORE_OUTGOING, 0)
+
+    def handled():
+        now = queue(lab)
+        grown = {name: now[name] - before[name] for name in now}
+        taken = grown["Posted"] + grown["Lost, queue full"] + grown["Lost, above rate limit"]
+        return grown if taken >= len(frames) and now["Waiting"] == 0 else None
+    return lab.wait_until(handled, 20, "the switch to have seen the burst")
+
+
+def discovers(lab):
+    clients = [lab.crafted("carl", f"02:00:00:04:{number >> 8:02x}:{number & 255:02x}") for number in range(BURST)]
+    return {client.xid: client.frame(DISCOVER) for client in clients}
+
+
+def solicits(lab):
+    clients = [lab.crafted6("carl", f"02:00:00:06:{number >> 8:02x}:{number & 255:02x}") for number in range(BURST)]
+    return {client.xid: client.frame(SOLICIT, option(1, client.duid) + client.ia()) for client in clients}
+
+
+def offer_of(frame):
+    """(transaction, address) of an OFFER."""
+    message = dhcp(frame.data)
+    return (message.xid, message.yiaddr) if message is not None and message.op == 2 else None
+
+
+def advertise_of(frame):
+    message = Message(frame) if is_dhcp6(frame.data) else None
+    lease = message.lease() if message is not None and message.kind == ADVERTISE else None
+    return (message.xid, lease[0]) if lease else None
+
+
+def answers(lab, mark, read, wanted, seconds=5):
+    """Transaction -> address of the answers to these transactions, once there are so many, or the time is over."""
+    seen = {}
+
+    def count():
+        nonlocal mark
+        frames = lab.wire.since(mark, lambda frame: True)
+        mark += len(frames)
+        for answer in (read(frame) for frame in frames if frame.from_switch):
+            if answer is not None and answer[0] in wanted:
+                seen[answer[0]] = answer[1]
+        return len(seen) >= len(wanted)
+    try:
+        lab.wait_until(count, seconds, "every answer")
+    except TimeoutError:
+        pass  # the step says how many there are
+    return seen
 
 
 @step("the switch starts from its configuration")
@@ -60,6 +140,37 @@ def identifiers(lab):
         lab.expect(f"offered with an identifier of {length} bytes, which is ignored", offered(length), plain)
     for length, address in ((2, "192.168.8.3"), (32, "192.168.8.4")):
         lab.expect(f"offered with an identifier of {length} bytes, which is a client of its own", offered(length), address)
+
+
+@step(f"{BURST} clients ask at once, of either family: every one is offered an address, and no frame is lost")
+def burst(lab):
+    for family, frames, read in (("DHCP", discovers(lab), offer_of), ("DHCPv6", solicits(lab), advertise_of)):
+        mark = lab.wire.now()
+        grown = at_once(lab, frames.values())
+        lab.say(f"{family}: {grown}")
+        offered = answers(lab, mark, read, frames)
+        lab.expect(f"{family} clients with an offer", len(offered), BURST)
+        lab.expect("different addresses among them", len(set(offered.values())), BURST)
+        lab.expect("frames lost, queue full", grown["Lost, queue full"], 0)
+    lab.show("show event-queue")
+
+
+@step("with a limit on what reaches the CPU the rest is dropped and counted; without it all is as before")
+def limited_burst(lab):
+    rate = 100
+    lab.switch.cli("configure", f"ip dhcp snooping limit {rate}")
+    mark, frames = lab.wire.now(), discovers(lab)
+    grown = at_once(lab, frames.values())
+    offered = answers(lab, mark, offer_of, frames, seconds=1)
+    lab.say(f"{grown}, {len(offered)} offers")
+    lab.expect("frames taken and dropped", grown["Posted"] + grown["Lost, above rate limit"], BURST)
+    lab.expect_that(f"about {rate} were taken, and each has its offer",
+                    rate <= grown["Posted"] == len(offered) <= 2 * rate)
+    lab.expect("frames lost, queue full", grown["Lost, queue full"], 0)
+    lab.switch.cli("configure", "no ip dhcp snooping limit")
+    mark, frames = lab.wire.now(), discovers(lab)
+    at_once(lab, frames.values())
+    lab.expect("clients with an offer without the limit", len(answers(lab, mark, offer_of, frames)), BURST)
 
 
 @step("500 bindings are held, the next client gets nothing until one is released")

@@ -7,7 +7,7 @@ import time
 
 from kit.crafted import DISCOVER, REQUEST
 from kit.scene import Port, steps_of
-from kit.wire import SOL_PACKET
+from kit.wire import PACKET_IGNORE_OUTGOING, SOL_PACKET
 
 TITLE = "A switch in a storm of DISCOVERs"
 PORTS = [
@@ -29,7 +29,6 @@ CLIENT = "02:00:00:00:01:10"
 STORM, MOST_BINDINGS = 100_000, 250
 MOST_GROWTH_KB = 1024
 LEAST_ROUNDS = 20  # of a ping and a renewal while it blows
-PACKET_IGNORE_OUTGOING = 23
 UNHEARD = "02:ee"  # what the storm's senders begin with; its frames are not kept
 STEPS, step = steps_of()
 
