@@ -1,8 +1,9 @@
 /// Addresses that a client found in use by somebody else: a server's list, and beside it an index by address.
 ///
 /// Every record on the list is made and ended here. `Traits` holds what the families differ in: `Record` (its links,
-/// the address, `time`), `Address`, list(), address(record), store(record, address), hash(address), and
-/// released(address), which is told of every address that may be handed out again. The caller holds the list's word.
+/// the address, `time`), `Address`, list(), limit, address(record), store(record, address), hash(address), and
+/// released(address), which is told of every address that may be handed out again. Anybody may decline any address, so
+/// the list has an end: the oldest makes room. The caller holds the list's word.
 #pragma once
 
 #include <cstdint>
@@ -40,6 +41,7 @@ class ConflictList {
     }
     auto* node = new (std::nothrow) Node{};
     if (node == nullptr) return false;
+    if (Traits::list().count >= Traits::limit) remove(*reinterpret_cast<Record*>(Traits::list().head.prev));
     Traits::store(*node, address);
     node->time = now;
     link_record(Traits::list(), node);

@@ -14,6 +14,7 @@ namespace {
 struct ConflictTraits {
   using Record = DhcpConflictIp;
   using Address = uint32_t;
+  static constexpr int32_t limit = DHCPS_MAX_CONFLICTS;
   static DhcpServerList& list() { return dhcps_cfg.conflicts; }
   static uint32_t address(const DhcpConflictIp& conflict) { return conflict.ip; }
   static void store(DhcpConflictIp& conflict, uint32_t ip) { conflict.ip = ip; }

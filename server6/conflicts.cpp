@@ -12,6 +12,7 @@ namespace {
 struct ConflictTraits {
   using Record = Dhcp6ConflictIp;
   using Address = Ip6;
+  static constexpr int32_t limit = DHCP6S_MAX_CONFLICTS;
   static DhcpServerList& list() { return dhcp6s_cfg.conflicts; }
   static Ip6 address(const Dhcp6ConflictIp& conflict) { return Ip6::from(conflict.ip6); }
   static void store(Dhcp6ConflictIp& conflict, const Ip6& ip) { ip.copy_to(conflict.ip6); }
@@ -20,12 +21,6 @@ struct ConflictTraits {
 };
 
 base::ConflictList<ConflictTraits> conflicts;
-
-/// Anybody may decline any address, so unlike IPv4's this list has an end.
-void make_room() {
-  if (dhcp6s_cfg.conflicts.count < DHCP6S_MAX_CONFLICTS) return;
-  conflicts.remove(*reinterpret_cast<Dhcp6ConflictIp*>(dhcp6s_cfg.conflicts.head.prev));
-}
 
 }  // namespace
 
@@ -56,7 +51,6 @@ using namespace dhcp;
 int dhcp6_add_conflict_ip(const uint8_t ip6[16]) {
   const base::BusyGuard busy(dhcp6s_cfg.conflicts.busy);
   const auto ip = base::Ip6::from(ip6);
-  if (server6::conflicts.find(ip) == nullptr) server6::make_room();
   if (server6::conflicts.report(ip, base::now32())) return 0;
   fprintf(stderr, "malloc failed for dhcp6 conflict ip!\n");
   return -1;

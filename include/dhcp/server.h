@@ -14,7 +14,8 @@ DHCP_BEGIN
 enum {
   DHCPS_MAX_POOLS = 10,
   DHCPS_MAX_BINDINGS = 500,
-  DHCPS_MAX_HOSTS = 10, /* a pool */
+  DHCPS_MAX_CONFLICTS = 1000, /* the oldest makes room */
+  DHCPS_MAX_HOSTS = 10,       /* a pool */
   DHCPS_OPTION_VALUE_SIZE = 312,
   DHCPS_CLIENT_ID_SIZE = 32,
   DHCPS_DOMAIN_NAME_SIZE = 255, /* characters */

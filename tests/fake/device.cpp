@@ -172,6 +172,15 @@ std::vector<Sent> Device::take_sent() {
   return std::exchange(sent_, {});
 }
 
+void Device::forget() {
+  const std::lock_guard lock(mutex_);
+  for (auto* list : {&calls_, &neighbour_calls_, &task_events_, &arp_requests_}) list->clear();
+  log_.clear();
+  traces_.clear();
+  solicitations_.clear();
+  released_.clear();
+}
+
 std::vector<std::vector<uint8_t>> Device::take_solicitations() {
   const std::lock_guard lock(mutex_);
   return std::exchange(solicitations_, {});

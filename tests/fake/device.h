@@ -66,6 +66,7 @@ class Device {
   bool frames_are_unusable = false;
   bool queue_cannot_be_made = false;
   bool tracing = false;
+  bool keeps_log = true;  // false = what the module logs is not even formatted
   bool sockets_cannot_be_made = false;
   int bind_error = 0;
   bool temp_files_cannot_be_made = false;
@@ -106,6 +107,8 @@ class Device {
   /// Solicitations sent, as they left.
   std::vector<std::vector<uint8_t>> take_solicitations();
   std::vector<std::string> task_events() const { return locked(task_events_); }
+  /// What has been recorded so far: for a test that goes on for long.
+  void forget();
   uint32_t slept_ms() const { return slept_ms_.load(); }
   /// ARP requests, as "interface address".
   std::vector<std::string> arp_requests() const { return locked(arp_requests_); }

@@ -63,6 +63,13 @@ TEST_F(ServerTask, LeaseEndsAtItsTimeAndAnInfiniteOneNever) {
   EXPECT_THAT(leases(), SizeIs(2));
 }
 
+TEST_F(ServerTask, ConflictsAreManyButNotEndless) {
+  for (uint32_t n = 0; n <= DHCPS_MAX_CONFLICTS; ++n) dhcp_add_conflict_ip(n + 1);
+  EXPECT_EQ(dhcps_cfg.conflicts.count, DHCPS_MAX_CONFLICTS);
+  EXPECT_EQ(dhcp_get_conflict_ip(&dhcps_cfg.conflicts.head, 1), nullptr) << "the oldest has gone";
+  EXPECT_NE(dhcp_get_conflict_ip(&dhcps_cfg.conflicts.head, 2), nullptr);
+}
+
 TEST_F(ServerTask, ConflictLastsADayFromItsLastReport) {
   dhcp_add_conflict_ip(ip(192, 168, 1, 10));
   at(1000);
