@@ -9,6 +9,7 @@
 #include "dhcp/module.h"
 #include "softswitch/background.h"
 #include "softswitch/cli/reference.h"
+#include "softswitch/cli/session.h"
 #include "softswitch/cli/snooping_family.h"
 #include "softswitch/command_line.h"
 #include "softswitch/control.h"
@@ -55,14 +56,23 @@ bool failed(const std::string& why) {
   return false;
 }
 
-sigset_t block_end_signals() {
-  sigset_t ends;
-  sigemptyset(&ends);
-  sigaddset(&ends, SIGTERM);
-  sigaddset(&ends, SIGINT);
-  pthread_sigmask(SIG_BLOCK, &ends, nullptr);
+sigset_t block_signals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&signals, signal);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   std::signal(SIGPIPE, SIG_IGN);
-  return ends;
+  return signals;
+}
+
+/// Goes over to the configuration file as it now is each time that is asked for. Gives the signal that ends the switch.
+int obey(const sigset_t& signals) {
+  for (;;) {
+    int signal = 0;
+    sigwait(&signals, &signal);
+    if (signal != SIGHUP) return signal;
+    cli::Session().run("configure replace startup-config");
+  }
 }
 
 std::vector<KnownHost6> bound_hosts() {
@@ -82,7 +92,7 @@ std::vector<KnownHost6> bound_hosts() {
 
 /// Everything from the CPU's interfaces to the command line; what was started is ended in the opposite order.
 bool run(const Options& options, Background& background) {
-  const sigset_t ends = block_end_signals();
+  const sigset_t signals = block_signals();
   const auto mac = options.mac ? *options.mac : derived_mac(options.socket);
   fabric().setup(options.ports, mac);
   if (const Refusal why = vlan_interfaces().setup(mac)) return failed(*why);
@@ -100,9 +110,7 @@ bool run(const Options& options, Background& background) {
   background.release();
   const Reporter reporter;
   log_line(5, "running with %u ports, address %s", options.ports, switch_control().mac_address().c_str());
-  int signal = 0;
-  sigwait(&ends, &signal);
-  log_line(5, "ending on signal %d", signal);
+  log_line(5, "ending on signal %d", obey(signals));
   return true;
 }
 

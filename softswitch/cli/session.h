@@ -49,6 +49,8 @@ class Session {
   void enter(Mode mode, uint32_t target = 0) { mode_ = mode, target_ = target; }
   uint32_t target() const { return target_; }  // port, VLAN or pool being configured
   void end_session() { ended_ = true; }
+  /// As run(), for what is part of another command.
+  Reply run_in_command(std::string_view line) { return run_locked(trim_end(line)); }
   /// Runs an exec line without leaving the mode. On a fault the offset counts from the beginning of `line`.
   Outcome run_in_exec(std::string_view line);
 

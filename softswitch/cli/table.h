@@ -78,6 +78,16 @@ struct Command {
 };
 constexpr int rounds = 2;
 
+/// The modes that a line of the configuration mode opens, and the form of that line.
+struct Block {
+  Mode mode;
+  std::string_view opener;
+};
+constexpr Block blocks[] = {{Mode::port, "interface gigabitethernet PORT"},
+                            {Mode::vlan_interface, "interface vlan VLAN"},
+                            {Mode::pool, "ip dhcp pool POOL"},
+                            {Mode::pool6, "ipv6 dhcp pool POOL"}};
+
 /// All rows in the order of the reference.
 std::span<const Command> commands();
 

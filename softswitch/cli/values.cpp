@@ -235,6 +235,7 @@ std::string shape_of(const Placeholder& place) {
 }
 
 std::optional<std::string> parse_value(const Placeholder& place, std::string_view text, Value& out) {
+  out.kind = place.kind;
   out.text = text;
   switch (place.kind) {
     case Kind::number:

@@ -62,6 +62,7 @@ std::string shape_of(const Placeholder& place);
 
 /// A checked value. `text` is as typed; the other members are filled by kind.
 struct Value {
+  Kind kind = Kind::word;
   std::string text;
   uint32_t number = 0;  // number, port; address and mask in host order; lease, severity (signed, cast); lifetime;
                         // end6: the prefix length, 0 = `ip6` is the last address

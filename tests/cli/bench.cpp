@@ -103,8 +103,7 @@ void CliTest::expect_refused(const std::string& block, const std::vector<Refused
 }
 
 std::string CliTest::load(const std::string& text) {
-  const std::string path = directory + "/load.conf";
-  std::ofstream(path, std::ios::binary) << text;
+  const std::string path = written(text);
   std::string error;
   if (load_configuration(path, error)) return "";
   EXPECT_TRUE(error.starts_with(path + ":")) << error;
@@ -124,6 +123,7 @@ void CliTest::expect_loads_again(const std::string& lines) {
   ASSERT_EQ(load(lines), "");
   const std::string first = running();
   wipe();
+  const std::string bare = running();
   ASSERT_EQ(load(first), "") << first;
   const std::string second = running();
   const auto typed = lines_of(lines);
@@ -133,7 +133,19 @@ void CliTest::expect_loads_again(const std::string& lines) {
   wipe();
   ASSERT_EQ(load(second), "") << second;
   EXPECT_EQ(running(), first);
+  replace("");
+  EXPECT_EQ(running(), bare);
+  replace(first);
+  EXPECT_THAT(lines_of(running()), testing::UnorderedElementsAreArray(lines_of(first)));
 }
+
+std::string CliTest::written(const std::string& text) const {
+  const std::string path = directory + "/load.conf";
+  std::ofstream(path, std::ios::binary) << text;
+  return path;
+}
+
+std::string CliTest::replace(const std::string& text) { return type({"configure replace " + written(text)}); }
 
 }  // namespace cli
 }  // namespace dhcp::softswitch

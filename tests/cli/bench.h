@@ -133,8 +133,13 @@ class CliTest : public testing::Test {
   void expect_refused(const std::string& block, const std::vector<Refused>& rows);
   /// Gives this switch the lines as a file; "" or what load_configuration() complains about, without the path.
   std::string load(const std::string& text);
+  /// Writes the lines to a file and gives its path.
+  std::string written(const std::string& text) const;
+  /// Goes over to the lines, as a file; gives what that shows.
+  std::string replace(const std::string& text);
   /// Loads the lines, and what is saved of them. Lists that the module walks newest first turn round with each load:
-  /// the second save has all lines to the letter and in their order, and two loads give back the first text.
+  /// the second save has all lines to the letter and in their order, and two loads give back the first text. All of it
+  /// can be replaced by nothing, and nothing by all of it.
   void expect_loads_again(const std::string& lines);
   std::string running() { return Session().run("show running-config").text; }
 
