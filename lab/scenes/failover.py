@@ -1,9 +1,9 @@
 """Helpers that are silent, come up, change their hardware, and come and go while clients are being served."""
-import threading
 import time
 
-from kit.crafted import DISCOVER, REQUEST, dhcp
+from kit.crafted import DISCOVER, dhcp
 from kit.scene import Failed, Port, steps_of
+from kit.visitors import Visitors
 from scapy.layers.l2 import ARP, Ether
 
 TITLE = "A switch whose DHCP servers come and go"
@@ -109,42 +109,9 @@ def comes_up(lab):
     lab.switch.cli("configure", "mac address-table aging-time 300")
 
 
-class Visitors(threading.Thread):
-    """New clients one after the other. A client that hears nothing repeats its message once, then begins anew."""
-
-    def __init__(self, lab):
-        super().__init__(daemon=True)
-        self.lab, self.ends = lab, False
-        self.served, self.anew, self.lost = 0, 0, []
-
-    clients = 40  # fewer than either server has addresses
-
-    def _exchange(self, client):
-        def heard(kind, **fields):
-            for _ in range(2):
-                reply = client.answer(client.send(kind, **fields), seconds=0.5)
-                if reply is not None:
-                    return reply
-            return None
-        offer = heard(DISCOVER)
-        return offer is not None and heard(REQUEST, options=client.selecting(offer.address)) is not None
-
-    def run(self):
-        number = 0
-        while not self.ends:
-            number += 1
-            client = self.lab.crafted("carl", f"02:00:00:00:13:{number % self.clients:02x}")
-            if self._exchange(client):
-                self.served += 1
-            elif self._exchange(client):
-                self.anew += 1
-            else:
-                self.lost.append(client.mac)
-
-
 @step("helpers are taken away and given back while clients come: nobody waits for longer than his own retry")
 def churn(lab):
-    visitors = Visitors(lab)
+    visitors = Visitors(lab, "carl")
     visitors.start()
     for _ in range(6):
         for address in (SERVER, TWIN):
@@ -152,8 +119,7 @@ def churn(lab):
             time.sleep(0.2)
             lab.switch.cli("configure", f"ip helper-address {address}")
             time.sleep(0.2)
-    visitors.ends = True
-    visitors.join(10)
+    visitors.end()
     if visitors.served < 20:
         raise Failed(f"only {visitors.served} clients were served")
     lab.say(f"{visitors.served} clients served at once or by a message repeated, {visitors.anew} having begun anew")

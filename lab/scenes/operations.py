@@ -1,11 +1,13 @@
-"""What an operator has beside the services: captures, the log."""
+"""What an operator has beside the services: captures, the log, another configuration while clients are served."""
 import os
 import re
+import signal
 import subprocess
 
 from kit.judge import BAD_ELSE
 from kit.sandbox import HERE, run
-from kit.scene import Port, steps_of
+from kit.scene import Failed, Port, steps_of
+from kit.visitors import Visitors
 
 TITLE = "A switch in its operator's hands"
 PORTS = [
@@ -104,6 +106,30 @@ def log(lab):
     lab.expect("lines of the change", len(said(lab, "<5> switch: configured: ip verify source")), 1)
     kept = [line[11:] for line in lab.switch.cli("show logging").splitlines() if "<" in line]
     lab.expect("what is kept in memory is what was written", kept, said(lab, r"^\S+ <[0-6]> "))
+
+
+@step("another configuration comes into force while clients of a VLAN that both have go on being served")
+def replace(lab):
+    lab.switch.cli("write memory")
+    with open(lab.switch.config, encoding="utf-8") as file:
+        saved = file.read()
+    other = saved.replace("192.168.20", "192.168.21").replace("vlan 10,20", "vlan 10,20,30")
+    visitors = Visitors(lab, "alice")
+    visitors.start()
+    for number in range(6):
+        with open(lab.switch.config, "w", encoding="utf-8") as file:
+            file.write(other if number % 2 == 0 else saved)
+        os.kill(lab.switch.process.pid, signal.SIGHUP)
+        lab.wait_until(lambda: len(said(lab, "configuration replaced")) == number + 1, 10, "the switch to obey")
+        if number == 0:
+            lab.expect("a client of the other VLAN gets", lab.crafted("bob", "02:00:00:00:02:21").lease(), "192.168.21.10")
+    visitors.end()
+    if visitors.served < 20:
+        raise Failed(f"only {visitors.served} clients were served")
+    lab.expect("clients that had to begin anew, or were lost", (visitors.anew, visitors.lost), (0, []))
+    lab.expect("what is in force", lab.switch.cli("configure replace startup-config").strip(),
+               "The configuration is that already")
+    lab.say(lab.switch.refuses("configure replace /nowhere"))
 
 
 @step("under a service manager the severity stands before the line, for the journal")
