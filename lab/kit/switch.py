@@ -1,4 +1,5 @@
 """The soft switch under test: started from a configuration, asked through its command line, stopped."""
+import json
 import os
 import re
 import subprocess
@@ -73,6 +74,25 @@ class Switch:
         """The reason that the command line gives; None when it takes the commands."""
         done = self._ask(*commands)
         return done.stdout.strip() if done.returncode != 0 else None
+
+    def json(self, *commands):
+        """What `switchctl --json` answers, as values: one for each command that says something."""
+        words = [*self.client_words(), "--json"]
+        for command in commands:
+            words += ["-c", command]
+        done = subprocess.run(words, stdout=subprocess.PIPE, stderr=subprocess.PIPE, stdin=subprocess.DEVNULL,
+                              text=True, timeout=20, env=self.surroundings, check=False)
+        if done.returncode != 0:
+            raise RuntimeError(f"{'; '.join(commands)}: {done.stderr.strip()}")
+        return [json.loads(line) for line in done.stdout.splitlines()]
+
+    def readouts(self):
+        """Every show command of the switch's reference, with values where it takes some."""
+        reference = subprocess.run([self.program, "--print-commands"], stdout=subprocess.PIPE, text=True, timeout=20,
+                                   env=self.surroundings, check=True).stdout
+        exec_mode = reference[reference.index("## Exec mode"):]
+        return [line.split("|")[0].strip() for line in exec_mode.split("```")[1].splitlines()
+                if line.startswith("show ")]
 
     def rows(self, command):
         """The rows of a table, each as a list of words: lines that begin with an address."""

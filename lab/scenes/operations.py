@@ -1,8 +1,10 @@
-"""What an operator has beside the services: captures, the log, another configuration while clients are served."""
+"""What an operator has beside the services: captures, readouts for programs, the log, another configuration while
+clients are served."""
 import os
 import re
 import signal
 import subprocess
+import time
 
 from kit.judge import BAD_ELSE
 from kit.sandbox import HERE, run
@@ -83,6 +85,36 @@ def guarded(lab):
     lab.expect("kinds of messages", [row[3] for row in captured(whole)], ["1", "2", "3", "5"])
     lab.expect("other ports", [row for row in captured(whole, "frame") if row[0] != "Gi1"], [])
     lab.switch.start()
+
+
+@step("programs read every readout as JSON, and follow a lease through it")
+def readouts(lab):
+    lab.crafted("alice", "02:00:00:00:01:12").lease()
+    lab.switch.cli("write memory")
+    commands = lab.switch.readouts()
+    values = dict(zip(commands, lab.switch.json(*commands), strict=True))
+    lab.expect("readouts that are neither object nor array",
+               [command for command, value in values.items() if not isinstance(value, (dict, list))], [])
+    [lease] = [row for row in values["show ip dhcp binding"] if row["mac"] == "02:00:00:00:01:12"]
+    lab.say(str(lease))
+    lab.expect("its pool", lease["pool"], 1)
+    lab.expect("its identifier", lease["client_id"], "01020000000112")
+    lab.expect("its seconds, of a day", 86400 - 60 < lease["left"] <= 86400, True)
+    lab.expect("its end", abs(lease["expires"] - lease["left"] - time.time()) < 5, True)
+    [seen] = [row for row in values["show mac address-table"]["addresses"] if row["mac"] == lease["mac"]]
+    lab.expect("where the client is", (seen["port"], seen["vlan"]), ("Gi1", 10))
+    [pool] = [pool for pool in values["show ip dhcp server"]["pools"] if pool["pool"] == lease["pool"]]
+    lab.expect("leases of its pool", pool["bindings"],
+               len([row for row in values["show ip dhcp binding"] if row["pool"] == 1]))
+    lab.expect("ports that are up", [row["port"] for row in values["show interfaces"] if row["state"] == "up"],
+               ["Gi1", "Gi2", "Gi5"])
+    report = values["show tech-support"]
+    lab.expect("readouts of the report that say the same",
+               [report[command] == values[command] for command in ("show ip interface", "show vlan",
+                                                                  "show running-config", "show ip dhcp server")],
+               [True] * 4)
+    lab.say(lab.switch.refuses("show vlan json | count"))
+    lab.expect("a filter behind it is refused", lab.switch.refuses("show vlan json | count") is None, False)
 
 
 def said(lab, pattern):
