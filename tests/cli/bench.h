@@ -26,7 +26,9 @@ class FakeSwitch : public SwitchControl {
   uint32_t aging_time_s = 300;
   std::map<uint32_t, GuardCounters> guards;
   std::map<HostList, std::vector<KnownHost>> host_lists;
+  std::vector<KnownHost> igmp_hears;  // from snooping, once it asks
   std::vector<KnownHost6> host_list6;
+  std::vector<TaskRow> task_rows;
   int taken_hosts = 0;
   CaptureStatus capturing;
 
@@ -55,7 +57,10 @@ class FakeSwitch : public SwitchControl {
     for (auto& [port, counters] : guards) counters.of(kind) = {};
   }
   std::vector<KnownHost> hosts(HostList list) const override { return row_of(host_lists, list); }
-  void forget_hosts(HostList list) override { host_lists.erase(list); }
+  void forget_hosts(HostList list) override {
+    host_lists.erase(list);
+    if (list == HostList::igmp) host_lists[list] = igmp_hears;
+  }
   std::vector<KnownHost6> hosts6() const override { return host_list6; }
   void take_bound_hosts() override { ++taken_hosts; }
   Refusal create_vlan(uint16_t vlan) override { return refusal ? take_refusal() : add_vlans({vlan}); }
@@ -89,7 +94,7 @@ class FakeSwitch : public SwitchControl {
   CaptureStatus capture() const override { return capturing; }
   QueueCounters event_queue() const override { return {}; }
   uint64_t rule_hits(uint32_t group, uint32_t rule) const override { return group * 100 + rule; }
-  std::vector<TaskRow> tasks() const override { return {}; }
+  std::vector<TaskRow> tasks() const override { return task_rows; }
   std::string mac_address() const override { return "02:00:00:00:00:01"; }
 
  private:

@@ -1,26 +1,16 @@
 /// The readouts as programs get them.
-#include <nlohmann/json.hpp>
-
-#include "softswitch/cli/form.h"
-#include "softswitch/cli/running_config.h"
-#include "tests/cli/bench.h"
+#include "dhcp/snooping.h"
+#include "tests/cli/json_bench.h"
+#include "tests/fake/device.h"
 
 namespace dhcp::softswitch::cli {
 namespace {
 
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 using testing::HasSubstr;
 
-class JsonTest : public CliTest {
+class JsonTest : public JsonBench {
  protected:
-  /// What the line says with "json" behind it.
-  json ask(const std::string& line) {
-    const std::string text = type({line + " json"});
-    EXPECT_EQ(text.find('\n'), text.size() - 1) << text;
-    const json value = json::parse(text, nullptr, false);
-    EXPECT_FALSE(value.is_discarded()) << line << ": " << text;
-    return value;
-  }
   void know_ports() {
     fake().port_rows[3] = {{3, "veth3", PortMode::trunk, 1, 7, {5, 7}, "to \"core\" \xff", true, false, false},
                            true,
@@ -64,19 +54,44 @@ TEST_F(JsonTest, ConfigurationsAreGroupedByBlock) {
       << all;
 }
 
-/// What a readout's example asks for, without its filter.
-std::string asked(const Command& command) {
-  return std::string(trim_end(command.example.substr(0, command.example.find('|'))));
+TEST_F(JsonTest, BindingsAreTheRecords) {
+  fill();
+  const json learning = json::parse(R"({"mac": "02:00:00:00:00:53", "ip": null, "vlan": 10, "port": "Gi1",
+    "lease": null, "left": null, "type": "dynamic", "state": "learning"})");
+  const json bound = json::parse(R"({"mac": "02:00:00:00:00:51", "ip": "10.0.0.51", "vlan": 10, "port": "Gi1",
+    "lease": 600, "left": 599, "type": "dynamic", "state": "bound"})");
+  EXPECT_THAT(ask("show ip dhcp snooping binding"), testing::UnorderedElementsAre(learning, bound));
+  EXPECT_EQ(ask("show ipv6 dhcp snooping binding mac 02:00:00:00:00:51"), json::parse(R"([{
+    "mac": "02:00:00:00:00:51", "ipv6": "2001:db8:10::51", "vlan": 10, "port": "Gi1", "lease": 600, "left": 599,
+    "type": "dynamic", "state": "bound"}])"));
+  find_MacBindStruct(std::array<uint8_t, 6>{2, 0, 0, 0, 0, 0x51}.data(), 0)->lease = -1;
+  EXPECT_EQ(ask("show ip dhcp snooping binding mac 02:00:00:00:00:51")[0]["left"], 4294967295);
+  find_MacBindStruct(std::array<uint8_t, 6>{2, 0, 0, 0, 0, 0x51}.data(), 0)->lease = 50;
+  fake::device().now += 100;  // it has run out
+  EXPECT_EQ(ask("show ip dhcp snooping binding mac 02:00:00:00:00:51")[0]["left"], 0);
 }
 
-TEST_F(JsonTest, EveryShowCommandHasIt) {
-  type({"configure", "ip dhcp pool 1", "end", "write memory"});
-  for (const Command& command : commands()) {
-    EXPECT_EQ(command.form.starts_with("show "), command.show != nullptr) << command.form;
-    if (command.show == nullptr) continue;
-    const json value = ask(asked(command));
-    EXPECT_TRUE(value.is_object() || value.is_array()) << command.form << ": " << value;
-  }
+TEST_F(JsonTest, LeasesAndPoolsAreTheRecords) {
+  fill();
+  const json leases = ask("show ip dhcp binding");
+  EXPECT_EQ(leases[0], json::parse(R"({"ip": "10.0.0.52", "mac": null, "client_id": "007063", "pool": 1,
+    "left": 4294967295, "expires": null})"));
+  EXPECT_EQ(leases[1]["client_id"], "01020000000051");
+  EXPECT_EQ(leases[1]["expires"], 4000000000);
+  EXPECT_EQ(ask("show ip dhcp pool 1"), json::parse(R"({"pool": 1, "network": "10.0.0.0", "mask": "255.255.255.0",
+    "start": "10.0.0.10", "end": "10.0.0.99", "lease": 86400, "domain_name": "lab.example",
+    "default_routers": ["10.0.0.1"], "dns_servers": ["192.0.2.2", "192.0.2.1"],
+    "options": [{"code": 100, "type": "ascii", "value": "CET"}, {"code": 42, "type": "ip", "value": "192.0.2.1"},
+                {"code": 43, "type": "hex", "value": "0104c0a80a01"}],
+    "server_name": "tftp", "boot_file": "image", "boot_file_size": 7,
+    "hosts": [{"mac": "02:00:00:00:00:52", "ip": "10.0.0.52"}], "bindings": 2})"));
+  EXPECT_EQ(ask("show ipv6 dhcp binding"), json::parse(R"([{"ipv6": "2001:db8:10::51", "type": "IA_NA", "iaid": 0,
+    "client_id": "00030001020000000051", "pool": 1, "preferred_lifetime": 3600, "valid_lifetime": 600,
+    "left": 599}])"));
+  const json pools = ask("show ipv6 dhcp server")["pools"];
+  EXPECT_EQ(pools[2]["valid_lifetime"], 4294967295);
+  EXPECT_EQ(pools[2]["hosts"], json::parse(R"([{"mac": "02:00:00:00:00:52", "ipv6": "2001:db8:10::52"}])"));
+  EXPECT_EQ(pools[1]["end"], "2001:db8:20::20");
 }
 
 TEST_F(JsonTest, ASessionWithAProgramGivesEveryAcceptedLineAsJson) {
