@@ -26,11 +26,12 @@ def control(path, command):
 
 class Partner(Server):
     """One server of a pair. `family` is 4 or 6; `peers` = host name -> its IPv4 address, by which they speak to each other;
-    `subnets` = their description as the server's configuration has it, each with a pool a partner."""
+    none = a server alone; `subnets` = their description as the server's configuration has it, each with a pool a partner;
+    `severity` of what it logs about messages."""
 
     port = {4: 8004, 6: 8006}  # where it listens to its partner
 
-    def __init__(self, host, family, interface, peers, subnets, times):  # not super's: the host has its address
+    def __init__(self, host, family, interface, peers, subnets, times, severity="INFO"):  # not super's
         self.host, self.family = host, family
         self.log, self.control = (f"{HERE}/{host.name}.kea{family}.{kind}" for kind in ("log", "sock"))
         self.config, self.leases = f"{HERE}/{host.name}.kea{family}.json", ""
@@ -43,16 +44,19 @@ class Partner(Server):
                 f"subnet{family}": subnets,
                 "control-socket": {"socket-type": "unix", "socket-name": self.control},
                 "multi-threading": {"enable-multi-threading": True, "thread-pool-size": 1, "packet-queue-size": 64},
-                "hooks-libraries": [{"library": f"{folder}/libdhcp_lease_cmds.so"} for folder in glob.glob(HOOKS)] +
-                                   [{"library": f"{folder}/libdhcp_ha.so", "parameters": self._partnership(peers)}
-                                    for folder in glob.glob(HOOKS)],
-                "loggers": [{"name": f"kea-dhcp{family}", "severity": "INFO",
-                             "output_options": [{"output": "stdout"}]}]}}, file)
+                "hooks-libraries": self._hooks(peers) if peers else [],
+                "loggers": [{"name": name, "severity": level, "output_options": [{"output": "stdout"}]} for name, level in
+                            ((f"kea-dhcp{family}", severity), (f"kea-dhcp{family}.dhcp{family}", "INFO"))]}}, file)
 
     def _identity(self):
         """Both have to be told apart by the clients, who would otherwise go by the first interface's MAC."""
         return {"server-id": {"type": "EN", "enterprise-id": 2495, "identifier": self.host.name.encode().hex(),
                               "persist": False}} if self.family == 6 else {}
+
+    def _hooks(self, peers):
+        folder, = glob.glob(HOOKS)
+        return [{"library": f"{folder}/libdhcp_lease_cmds.so"},
+                {"library": f"{folder}/libdhcp_ha.so", "parameters": self._partnership(peers)}]
 
     def _partnership(self, peers):
         """Each serves half of the clients; who hears nothing of the other for five seconds serves all."""
