@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <set>
+#include <tuple>
 
 #include "softswitch/cli/running_config.h"
 #include "softswitch/cli/settings_text.h"
@@ -20,7 +21,7 @@ bool has(const Lines& settings, const Setting& wanted) {
 /// A line to be typed, and the block it belongs into.
 struct Step {
   std::string opener, line;
-  auto operator<=>(const Step&) const = default;
+  bool operator<(const Step& other) const { return std::tie(opener, line) < std::tie(other.opener, other.line); }
 };
 using Done = std::set<Step>;
 
