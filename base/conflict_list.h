@@ -10,7 +10,6 @@
 #include <new>
 
 #include "base/chain_table.h"
-#include "base/os.h"
 #include "base/record_list.h"
 
 namespace dhcp::base {
@@ -64,7 +63,7 @@ class ConflictList {
   /// Takes off what was last reported more than a day ago.
   void expire(uint32_t now) {
     for (Record& record : Records<Record>(Traits::list().head)) {
-      if (age_of(record.time, now) > conflict_hold_s) remove(record);
+      if (uint64_t{record.time} + conflict_hold_s < now) remove(record);
     }
   }
 

@@ -34,7 +34,7 @@ struct HelperCounters {
 
 /// For displays: how long something is known that was learnt then. 0 after the clock was set back.
 inline uint32_t seconds_known(uint32_t then, uint32_t now) {
-  return static_cast<uint32_t>(std::max(seconds_since(then, now), 0));
+  return static_cast<uint32_t>(std::max(static_cast<int32_t>(now - then), 0));
 }
 
 enum class HelperError {

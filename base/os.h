@@ -30,17 +30,7 @@ struct Os {
 /// The functions in force; replaced as a whole by tests, before any task runs.
 extern Os os;
 
-/// Seconds since the epoch, cut to 32 bits: two of them are compared by their difference alone.
+/// Seconds since the epoch, cut to 32 bits: differences are taken in unsigned arithmetic.
 inline uint32_t now32() { return os.now(); }
-
-/// Seconds from `then` to `now`, right across the wrap of the 32 bits; below 0 = the clock has been set back since.
-inline int32_t seconds_since(uint32_t then, uint32_t now) { return static_cast<int32_t>(now - then); }
-
-/// The same for a time that something lasts from. A clock that was set back lets it begin anew, now: it ends no sooner
-/// than it should, and not hours late.
-inline uint32_t age_of(uint32_t& then, uint32_t now) {
-  if (seconds_since(then, now) < 0) then = now;
-  return now - then;
-}
 
 }  // namespace dhcp::base

@@ -9,7 +9,7 @@ namespace {
 constexpr int few = 100, many = 1024;
 constexpr int32_t period_of_many_s = 61;
 
-int32_t age(uint32_t& last, uint32_t now) { return static_cast<int32_t>(base::age_of(last, now)); }
+int32_t elapsed(uint32_t last, uint32_t now) { return static_cast<int32_t>(now - last); }
 
 }  // namespace
 
@@ -21,12 +21,12 @@ int count_class(int count) {
 bool AgeingClock::due(int count, int32_t min_lease) {
   const uint32_t now = base::now32();
   if (count_class(count) == many) {
-    if (age(last_, now) < period_of_many_s) return false;
+    if (elapsed(last_, now) < period_of_many_s) return false;
     last_ = now;
     return true;
   }
   const bool running = last_ != 0 && min_lease != 0;
-  if (running && age(last_, now) <= min_lease / 2) return false;
+  if (running && elapsed(last_, now) <= min_lease / 2) return false;
   last_ = now;
   return running;
 }
@@ -37,7 +37,7 @@ bool CycleClock::due(int32_t interval_s) {
     last_ = now;
     return false;
   }
-  if (age(last_, now) <= interval_s) return false;
+  if (elapsed(last_, now) <= interval_s) return false;
   last_ = now;
   return true;
 }

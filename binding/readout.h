@@ -21,7 +21,7 @@ int copy_bindings(const Table<Traits>& table, Value* out, int room, SetAddress s
     value.intf = binding.intf;
     value.vlan = binding.vlan;
     value.lease = binding.lease;
-    value.age = base::seconds_since(static_cast<uint32_t>(binding.time), base::now32());
+    value.age = seconds_since(binding.time, base::now32());
     value.is_static = binding.is_static;
     value.state = binding.state;
     set_address(value, binding);

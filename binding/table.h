@@ -38,12 +38,9 @@ inline constexpr unsigned buckets = DHCP_SNOOP_BUCKETS;
 inline constexpr int32_t learning = 0, bound = 1;  // Entry::state
 inline constexpr int32_t learning_timeout_s = 31;
 
-/// How old a binding is; one that was made before the clock was set back is new.
-inline int32_t age_of(int32_t& time, uint32_t now) {
-  auto then = static_cast<uint32_t>(time);
-  const uint32_t age = base::age_of(then, now);
-  time = static_cast<int32_t>(then);
-  return static_cast<int32_t>(age);
+/// Seconds from `then` to `now`; right across the wrap of either.
+inline int32_t seconds_since(int32_t then, uint32_t now) {
+  return static_cast<int32_t>(now - static_cast<uint32_t>(then));
 }
 
 inline unsigned mac_bucket(const uint8_t* mac) {
@@ -224,8 +221,8 @@ class Table {
     Traits::left(entry);
   }
 
-  static bool outlived(Entry& entry, uint32_t now) {
-    const int32_t age = age_of(entry.time, now);
+  static bool outlived(const Entry& entry, uint32_t now) {
+    const int32_t age = seconds_since(entry.time, now);
     if (entry.state == learning) return age >= learning_timeout_s;
     if (entry.is_static != 0 || Traits::kept(entry)) return false;
     return entry.lease < age;

@@ -97,9 +97,10 @@ void act(Dhcp6cInterfaceNode& node) {
   }
 }
 
-/// A time of 0 never comes.
-bool passed(Dhcp6cInterfaceNode& node, uint32_t seconds) {
-  return base::age_of(node.bound_time, base::now32()) > seconds && seconds != 0;
+/// A clock that was set back has let nothing pass; a time of 0 never comes.
+bool passed(const Dhcp6cInterfaceNode& node, uint32_t seconds) {
+  const auto since = static_cast<int32_t>(base::now32() - node.bound_time);
+  return seconds != 0 && since >= 0 && static_cast<uint32_t>(since) > seconds;
 }
 
 bool holds_address(const Dhcp6cInterfaceNode& node) {

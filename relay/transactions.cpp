@@ -11,7 +11,6 @@
 
 namespace {
 
-using dhcp::base::seconds_since;
 using dhcp::relay::shared;
 
 /// A younger slot is not given to another client while there is any other.
@@ -41,15 +40,8 @@ class Shortcut {
   void written(uint64_t key, int index, uint32_t now) {
     place(key) = static_cast<uint8_t>(index);
     used_ = std::max(used_, index + 1);
-    latest_ = now;
-    if (used_ == 1) earliest_ = now;
-  }
-  /// Whether the clock has been set back since a slot was last written.
-  bool set_back(uint32_t now) const { return seconds_since(latest_, now) < 0; }
-  /// Every slot has been looked at now; the oldest was written then.
-  void looked(uint32_t now, uint32_t earliest) {
-    latest_ = looked_ = now;
-    earliest_ = earliest;
+    latest_ = std::max(latest_, now);
+    earliest_ = used_ == 1 ? now : std::min(earliest_, now);
   }
   /// The first slot of the client, or null when only the walk can tell.
   const DhcpInfoNode* find(uint64_t key) {
@@ -65,14 +57,14 @@ class Shortcut {
   uint8_t& place(uint64_t key) {
     return slot_[static_cast<uint8_t>((key * 0x9e3779b97f4a7c15) >> 56)];  // Fibonacci hashing
   }
-  static uint32_t oldest_age(uint32_t now) {
-    uint32_t oldest = 0;
-    for (const DhcpInfoNode& slot : dhcpr_cfg.info_table)
-      if (slot.valid == 1) oldest = std::max(oldest, now - slot.time);
-    return oldest;
-  }
   bool all_young(uint32_t now) {
-    if (now - earliest_ >= free_age_s && now != looked_) looked(now, now - oldest_age(now));
+    if (now < latest_) return false;  // the clock was set back
+    if (now - earliest_ >= free_age_s && now != looked_) {
+      looked_ = now;
+      earliest_ = now;
+      for (const DhcpInfoNode& slot : dhcpr_cfg.info_table)
+        if (slot.valid == 1) earliest_ = std::min(earliest_, slot.time);
+    }
     return now - earliest_ < free_age_s;
   }
 
@@ -84,14 +76,6 @@ class Shortcut {
 static_assert(DHCPR_TRANSACTIONS <= UINT8_MAX);
 
 Shortcut shortcut;
-
-/// What was written before the clock was set back is as old as the moment: it neither goes at once nor stays for hours.
-void begin_anew(uint32_t now) {
-  uint32_t oldest = 0;
-  for (DhcpInfoNode& slot : dhcpr_cfg.info_table)
-    if (slot.valid == 1) oldest = std::max(oldest, dhcp::base::age_of(slot.time, now));
-  shortcut.looked(now, now - oldest);
-}
 
 void change_count(int32_t by) {
   auto count = shared(dhcpr_cfg.info_count);
@@ -139,7 +123,6 @@ int get_valid_table_index(const uint8_t mac[6], int* found) {
   const uint64_t wanted = key_of(mac);
   const uint32_t now = dhcp::base::now32();
   *found = 0;
-  if (shortcut.set_back(now)) begin_anew(now);
   const DhcpInfoNode* const known = shortcut.find(wanted);
   if (known != nullptr && shortcut.all_taken(now)) {
     *found = 1;

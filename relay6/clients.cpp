@@ -78,7 +78,7 @@ int dhcp6_get_info_table_index(const uint8_t ip6[16], int* found) {
       *found = 1;
       return i;
     }
-    const uint32_t age = dhcp::base::age_of(slot.time, now);
+    const uint32_t age = now - slot.time;
     if (slot.valid != 0 && age >= reusable_after_s) release(slot);
     if (slot.valid == 0) {
       if (unused < 0) unused = i;

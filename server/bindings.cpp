@@ -16,8 +16,7 @@ namespace dhcp::server {
 /// The record, and what the indexes need.
 struct BindingNode : DhcpBinding {
   base::Chain<BindingNode> by_ip, by_client;
-  uint64_t born = 0;   // order of creation
-  uint32_t lasts = 0;  // seconds that it was given last
+  uint64_t born = 0;  // order of creation
 };
 
 void FreeNode::operator()(BindingNode* node) const { delete node; }
@@ -60,29 +59,10 @@ void fill(DhcpBinding& binding, const ClientKey& key, uint32_t xid, uint32_t poo
   binding.id_type = key.type;
   binding.id_len = key.length;
   binding.ip = ip;
+  binding.expire = base::now32() + offer_hold_s;
   binding.pool_id = pool_id;
   binding.xid = xid;
   binding.state = DHCPS_OFFERED;
-}
-
-/// The end of what begins now; never the value that means never. What lasts longer than the clock can tell from the
-/// past ends with the clock.
-uint32_t end_of(uint32_t seconds) {
-  constexpr uint32_t longest = INT32_MAX, last = infinite_lease - 1;
-  const uint32_t now = base::now32();
-  if (seconds > longest && seconds >= last - now) return last;
-  return now + seconds != infinite_lease ? now + seconds : last;
-}
-
-/// True once the clock has passed the end. When there is more left than was given the clock has been set back: then it
-/// begins anew, so that nothing ends too soon and nothing lasts for hours.
-bool ended(BindingNode& node, uint32_t now) {
-  if (node.expire == infinite_lease) return false;
-  const uint32_t left = node.expire - now;
-  if (left != 0 && left <= node.lasts) return false;
-  if (base::seconds_since(node.expire, now) >= 0) return true;
-  set_lifetime(node, node.lasts);
-  return false;
 }
 
 /// Takes a binding out of the list and the indexes. The caller holds the bindings' word.
@@ -105,11 +85,6 @@ void delete_bindings(DhcpPool* pool, Match matches) {
 }
 
 }  // namespace
-
-void set_lifetime(DhcpBinding& binding, uint32_t seconds) {
-  node_of(binding).lasts = seconds;
-  binding.expire = seconds == infinite_lease ? infinite_lease : end_of(seconds);
-}
 
 SpareNode take_back(const ClientKey& key, DhcpPool& pool) {
   const base::BusyGuard busy(dhcps_cfg.bindings.busy);
@@ -134,7 +109,6 @@ DhcpBinding* add_binding(const ClientKey& key, uint32_t xid, DhcpPool& pool, uin
   }
   *node = {};
   fill(*node, key, xid, pool.pool_id, ip);
-  set_lifetime(*node, offer_hold_s);
   const base::BusyGuard busy(dhcps_cfg.bindings.busy);
   link_record(dhcps_cfg.bindings, node);
   ++pool.binding_count;
@@ -212,6 +186,7 @@ int dhcp_delete_out_range_binding(DhcpPool* pool) {
 
 void dhcps_binding_expire_timeout() {
   const uint32_t now = base::now32();
-  server::delete_bindings(nullptr,
-                          [now](DhcpBinding& binding) { return server::ended(server::node_of(binding), now); });
+  server::delete_bindings(nullptr, [now](const DhcpBinding& binding) {
+    return binding.expire != server::infinite_lease && binding.expire <= now;
+  });
 }

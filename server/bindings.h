@@ -34,9 +34,6 @@ uint32_t address_of(const BindingNode& node);
 /// without memory. Takes the bindings' word.
 DhcpBinding* add_binding(const ClientKey& key, uint32_t xid, DhcpPool& pool, uint32_t ip, SpareNode spare = nullptr);
 
-/// Lets a binding end so many seconds from now; infinite_lease = never.
-void set_lifetime(DhcpBinding& binding, uint32_t seconds);
-
 /// The newest binding whose client matches: same type, and equal over the length that is stored. Without a pool, of
 /// whatever pool and address; `ip` 0 = any address of the pool. The caller holds the bindings' word.
 DhcpBinding* find_binding(const ClientKey& key, std::optional<uint32_t> pool_id, uint32_t ip);

@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "base/os.h"
 #include "packet/egress.h"
 #include "platform/adp.h"
 #include "server/bindings.h"
@@ -55,6 +56,13 @@ DhcpServerVerdict on_discover(Request& request, DhcpPool& pool, DhcpStaticHost* 
   return DHCPS_VERDICT_NOT_SENT;
 }
 
+/// End of a lease that begins now. A long one ends just short of the value that means never.
+uint32_t lease_end(uint32_t lease) {
+  if (lease == infinite_lease) return infinite_lease;
+  const uint64_t end = uint64_t{base::now32()} + lease;
+  return end < infinite_lease ? static_cast<uint32_t>(end) : infinite_lease - 1;
+}
+
 /// An address that is never acknowledged: also a client's own static one, which is only offered.
 bool refused(DhcpPool& pool, uint32_t ip) {
   return in_conflict(ip) || excluded(ip) || dhcp_get_static_host_by_ip(&pool, ip) != nullptr;
@@ -65,7 +73,7 @@ bool confirm_binding(const ClientKey& key, const DhcpPool& pool, uint32_t ip) {
   const base::BusyGuard busy(dhcps_cfg.bindings.busy);
   DhcpBinding* binding = find_binding(key, pool.pool_id, ip);
   if (binding == nullptr) return false;
-  set_lifetime(*binding, pool.lease);
+  binding->expire = lease_end(pool.lease);
   binding->state = DHCPS_ACKNOWLEDGED;
   return true;
 }

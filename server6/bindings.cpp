@@ -97,10 +97,11 @@ bool bound(const Ip6& ip) {
   return indexes.by_ip.find(ip.hash(), [&](const BindingNode& node) { return Ip6::from(node.ip6) == ip; }) != nullptr;
 }
 
-bool ended(Dhcp6Binding& binding, uint32_t now) {
-  const uint32_t age = base::age_of(binding.time, now);
-  if (binding.state == DHCP6S_OFFERED) return age >= offer_hold_s;
-  return binding.valid != infinite_lifetime && age > binding.valid;
+bool ended(const Dhcp6Binding& binding, uint32_t now) {
+  const auto age = static_cast<int32_t>(now - binding.time);
+  if (age < 0) return false;
+  if (binding.state == DHCP6S_OFFERED) return static_cast<uint32_t>(age) >= offer_hold_s;
+  return binding.valid != infinite_lifetime && static_cast<uint32_t>(age) > binding.valid;
 }
 
 }  // namespace dhcp::server6

@@ -46,8 +46,8 @@ void delete_binding(Dhcp6Binding& binding);
 /// True when a binding of any pool holds `ip`. Takes the bindings' word.
 bool bound(const Ip6& ip);
 
-/// True once the clock has passed what a binding may last.
-bool ended(Dhcp6Binding& binding, uint32_t now);
+/// True once the clock has passed what a binding may last. It may have been set back meanwhile: then it has not.
+bool ended(const Dhcp6Binding& binding, uint32_t now);
 
 /// Deletes the bindings that `matches` accepts. Takes the bindings' word.
 template <class Match>

@@ -11,7 +11,7 @@ using dhcp::base::now32;
 void dhcp6s_binding_expire_timeout() {
   const PoolsLock lock;
   const uint32_t now = now32();
-  delete_bindings([now](Dhcp6Binding& binding) { return ended(binding, now); });
+  delete_bindings([now](const Dhcp6Binding& binding) { return ended(binding, now); });
   expire_conflicts(now);
 }
 
