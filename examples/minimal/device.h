@@ -15,7 +15,7 @@ enum {
 
 extern const uint8_t example_mac[6];
 
-/* Makes a network of the process's own with the interface eth0.10 in it, as a device has one. 0 or -1. */
+/* Where there is no interface eth0.10, as a device has one: makes a network of the process's own with one. 0 or -1. */
 int example_network(void);
 
 /* A tagged frame has come in at `port`: puts it into the module's event queue. 0, or -1 when the queue is full. */

@@ -96,7 +96,8 @@ static int serve_one_client(void) {
     return fputs("minimal: the queue takes no frame\n", stderr), 1;
   const size_t length = example_sent(frame, 5);
   if (length == 0) return fputs("minimal: no answer\n", stderr), 1;
-  return show(frame, length);
+  if (show(frame, length) != 0) return fputs("minimal: the answer is no OFFER\n", stderr), 1;
+  return 0;
 }
 
 int main(void) {
