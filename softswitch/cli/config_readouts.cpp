@@ -2,57 +2,48 @@
 #include "softswitch/cli/readout.h"
 #include "softswitch/cli/running_config.h"
 #include "softswitch/cli/settings.h"
-#include "softswitch/cli/table.h"
+#include "softswitch/cli/settings_text.h"
 
 namespace dhcp::softswitch::cli {
 namespace {
 
-bool opens_block(std::string_view line) {
-  return line.starts_with("interface ") || line.starts_with("ip dhcp pool ") || line.starts_with("ipv6 dhcp pool ");
-}
-bool ends_block(std::string_view line) { return line.starts_with('!') || line == "exit" || line == "end"; }
-
-/// Lines by the line that opens their block (null = none), without marks and ends of blocks.
-Json blocks_of(std::string_view text) {
-  Json blocks = Json::array(), opener, lines;
+/// Settings by the line that opens their block; null = those outside of blocks.
+Json blocks_of(const std::vector<Setting>& settings) {
+  Json blocks = Json::array(), lines;
+  std::string opener;
   const auto finish_block = [&] {
-    if (!lines.is_null()) blocks.push_back(Json::object({{"block", std::exchange(opener, Json())}, {"lines", lines}}));
-    lines = Json();
+    if (!lines.is_null())
+      blocks.push_back(Json::object({{"block", opener.empty() ? Json() : Json(opener)}, {"lines", lines}}));
   };
-  while (!text.empty()) {
-    const size_t end = std::min(text.find('\n'), text.size());
-    std::string_view line = trim_end(text.substr(0, end));
-    text.remove_prefix(std::min(end + 1, text.size()));
-    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
-    const bool opens = opens_block(line);
-    if (opens || ends_block(line)) finish_block();
-    if (opens) {
-      opener = line;
+  for (const Setting& setting : settings) {
+    const bool opens = opens_block(setting);
+    if (opens || lines.is_null() || setting.opener != opener) {
+      finish_block();
+      opener = opens ? setting.line : setting.opener;
       lines = Json::array();
-    } else if (!line.empty() && !ends_block(line)) {
-      lines.push_back(line);
     }
+    if (!opens) lines.push_back(setting.line);
   }
   finish_block();
   return blocks;
 }
 
-void show(Readout& out, const std::string& text) {
+Outcome show(Readout& out, const std::string& text) {
   out.say(text);
-  out.set(blocks_of(text));
-}
-
-Outcome show_running(Readout& out, const Args&) {
-  show(out, running_config());
+  if (out.reader() == Reader::person) return {};
+  std::vector<Setting> settings;
+  if (auto bad = read_settings(text, settings, VlanLists::whole)) return bad;
+  out.set(blocks_of(settings));
   return {};
 }
+
+Outcome show_running(Readout& out, const Args&) { return show(out, running_config()); }
 
 Outcome show_startup(Readout& out, const Args&) {
   const std::string path = startup_path();
   const auto text = path.empty() ? std::nullopt : read_file(path);
   if (!text) return Fault{"nothing has been saved yet"};
-  show(out, *text);
-  return {};
+  return show(out, *text);
 }
 
 constexpr Modes exec = in(Mode::exec);

@@ -9,14 +9,14 @@
 namespace dhcp::softswitch::cli {
 namespace {
 
-/// Calls `use` with the server's lock held, which guards all its lists.
-template <class Use>
-auto locked(Use use) {
-  dhcp_server_mutex_lock_func();
-  auto result = use();
-  dhcp_server_mutex_unlock_func();
-  return result;
-}
+/// The server's lock, which guards all its lists.
+class ServerLock {
+ public:
+  ServerLock() { dhcp_server_mutex_lock_func(); }
+  ~ServerLock() { dhcp_server_mutex_unlock_func(); }
+  ServerLock(const ServerLock&) = delete;
+  ServerLock& operator=(const ServerLock&) = delete;
+};
 
 Json text_or_null(const char* text) { return text != nullptr ? Json(text) : Json(); }
 Json ip_or_null(uint32_t ip) { return ip != 0 ? Json(dotted(ip)) : Json(); }
@@ -75,18 +75,20 @@ Json pool_values(const DhcpPool& pool) {
 }
 
 Json server() {
-  return locked([] {
-    Json pools = Json::array();
-    each_record<DhcpPool>(dhcps_cfg.pools.head, [&](const DhcpPool& pool) { pools.push_back(pool_values(pool)); });
-    return Json::object({{"enabled", dhcps_cfg.enable != 0}, {"pools", pools}});
-  });
+  const ServerLock lock;
+  Json pools = Json::array();
+  each_record<DhcpPool>(dhcps_cfg.pools.head, [&](const DhcpPool& pool) { pools.push_back(pool_values(pool)); });
+  return Json::object({{"enabled", dhcps_cfg.enable != 0}, {"pools", pools}});
+}
+
+Json pool_of(uint32_t pool_id) {
+  const ServerLock lock;
+  const DhcpPool* const pool = dhcp_get_pool_by_id(pool_id);
+  return pool != nullptr ? pool_values(*pool) : Json();
 }
 
 Outcome show_pool(Readout& out, const Args& args) {
-  const Json values = locked([&] {
-    const DhcpPool* const pool = dhcp_get_pool_by_id(args[0].number);
-    return pool != nullptr ? pool_values(*pool) : Json();
-  });
+  const Json values = pool_of(args[0].number);
   if (values.is_null()) return Fault{"there is no such pool", 0};
   out.set(values);
   return show_file(out, show_dhcp_server_conf_pool, static_cast<int>(args[0].number));
@@ -112,47 +114,45 @@ Json lease(const DhcpBinding& binding, uint32_t now) {
                        {"expires", ends ? Json(binding.expire) : Json()}});
 }
 
+/// The rows that `values(record)` gives of a list; a null is none.
+template <class Record, class Values>
+Json rows_of(const DhcpServerList& list, Values values) {
+  const ServerLock lock;
+  Json rows = Json::array();
+  each_record<Record>(list.head, [&](const Record& record) {
+    if (Json row = values(record); !row.is_null()) rows.push_back(std::move(row));
+  });
+  return rows;
+}
+
 Json leases() {
   const auto now = static_cast<uint32_t>(time(nullptr));
-  return locked([now] {
-    Json rows = Json::array();
-    each_record<DhcpBinding>(dhcps_cfg.bindings.head, [&](const DhcpBinding& binding) {
-      if (binding.state == DHCPS_ACKNOWLEDGED) rows.push_back(lease(binding, now));
-    });
-    return rows;
+  return rows_of<DhcpBinding>(dhcps_cfg.bindings, [now](const DhcpBinding& binding) {
+    return binding.state == DHCPS_ACKNOWLEDGED ? lease(binding, now) : Json();
   });
 }
 
 Json conflicts() {
-  return locked([] {
-    Json rows = Json::array();
-    each_record<DhcpConflictIp>(dhcps_cfg.conflicts.head, [&](const DhcpConflictIp& conflict) {
-      rows.push_back(Json::object({{"ip", dotted(conflict.ip)}, {"detected", conflict.time}}));
-    });
-    return rows;
+  return rows_of<DhcpConflictIp>(dhcps_cfg.conflicts, [](const DhcpConflictIp& conflict) {
+    return Json::object({{"ip", dotted(conflict.ip)}, {"detected", conflict.time}});
   });
 }
 
 Json excluded() {
-  return locked([] {
-    Json rows = Json::array();
-    each_record<DhcpExcludeRange>(dhcps_cfg.excludes.head, [&](const DhcpExcludeRange& range) {
-      rows.push_back(Json::object({{"start", dotted(range.start_ip)}, {"end", dotted(range.end_ip)}}));
-    });
-    return rows;
+  return rows_of<DhcpExcludeRange>(dhcps_cfg.excludes, [](const DhcpExcludeRange& range) {
+    return Json::object({{"start", dotted(range.start_ip)}, {"end", dotted(range.end_ip)}});
   });
 }
 
 Json hosts() {
-  return locked([] {
-    Json rows = Json::array();
-    each_record<DhcpPool>(dhcps_cfg.pools.head, [&](const DhcpPool& pool) {
-      each_record<DhcpStaticHost>(pool.hosts.head, [&](const DhcpStaticHost& host) {
-        rows.push_back(Json::object({{"pool", pool.pool_id}, {"mac", mac_text(host.mac)}, {"ip", dotted(host.ip)}}));
-      });
+  const ServerLock lock;
+  Json rows = Json::array();
+  each_record<DhcpPool>(dhcps_cfg.pools.head, [&](const DhcpPool& pool) {
+    each_record<DhcpStaticHost>(pool.hosts.head, [&](const DhcpStaticHost& host) {
+      rows.push_back(Json::object({{"pool", pool.pool_id}, {"mac", mac_text(host.mac)}, {"ip", dotted(host.ip)}}));
     });
-    return rows;
   });
+  return rows;
 }
 
 constexpr Modes exec = in(Mode::exec);

@@ -39,9 +39,9 @@ const Block* opened_by(const Command& command) {
 }
 
 /// The text, line by line, with the block that is open.
-class Reader {
+class TextReader {
  public:
-  explicit Reader(std::vector<Setting>& out) : out_(out) {}
+  TextReader(std::vector<Setting>& out, VlanLists lists) : out_(out), lists_(lists) {}
 
   /// False = the configuration ends here.
   bool take(std::string_view line, Outcome& fault) {
@@ -88,7 +88,11 @@ class Reader {
       mode_ = opened->mode;
       opener_ = setting;
     }
-    add_apart(setting, match.arg_columns);
+    if (lists_ == VlanLists::whole) {
+      out_.push_back(std::move(setting));
+    } else {
+      add_apart(setting, match.arg_columns);
+    }
   }
 
   void add_apart(const Setting& setting, const std::vector<size_t>& columns) {
@@ -109,6 +113,7 @@ class Reader {
   }
 
   std::vector<Setting>& out_;
+  VlanLists lists_;
   Mode mode_ = Mode::configure;
   Setting opener_;
 };
@@ -136,8 +141,10 @@ std::string taking_back(const Setting& setting) {
   return match_line(line, setting.mode).command != nullptr ? line : "";
 }
 
-Outcome read_settings(const std::string& text, std::vector<Setting>& out) {
-  Reader reader(out);
+bool opens_block(const Setting& setting) { return !setting.undo && opened_by(*setting.command) != nullptr; }
+
+Outcome read_settings(const std::string& text, std::vector<Setting>& out, VlanLists lists) {
+  TextReader reader(out, lists);
   Outcome fault;
   size_t number = 0;
   for (size_t at = 0; at < text.size();) {

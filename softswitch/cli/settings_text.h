@@ -8,7 +8,7 @@
 
 namespace dhcp::softswitch::cli {
 
-/// One line, understood. Lines that add VLANs to a list are taken apart: one setting a VLAN.
+/// One line, understood.
 struct Setting {
   std::string line;  // as it can be typed inside its block
   const Command* command = nullptr;
@@ -28,7 +28,12 @@ bool opens_block_of(const Setting& opener, const Setting& setting);
 /// The line that takes the setting back, to be typed where it stands; "" = there is none.
 std::string taking_back(const Setting& setting);
 
+bool opens_block(const Setting& setting);
+
+/// What becomes of lines that add VLANs to a list: one setting a VLAN, or one a line.
+enum class VlanLists { apart, whole };
+
 /// Nothing of the text is carried out. A fault's reason begins with the number of its line.
-Outcome read_settings(const std::string& text, std::vector<Setting>& out);
+Outcome read_settings(const std::string& text, std::vector<Setting>& out, VlanLists lists = VlanLists::apart);
 
 }  // namespace dhcp::softswitch::cli

@@ -1,4 +1,6 @@
 /// The readouts as programs get them.
+#include <fstream>
+
 #include "dhcp/snooping.h"
 #include "tests/cli/json_bench.h"
 #include "tests/fake/device.h"
@@ -52,6 +54,17 @@ TEST_F(JsonTest, ConfigurationsAreGroupedByBlock) {
   };
   EXPECT_EQ(lines + 1 + marks("!") + marks("exit") + marks("end"), std::count(all.begin(), all.end(), '\n') + 0U)
       << all;
+}
+
+TEST_F(JsonTest, AFileWithoutEndsOfBlocksIsGroupedAsItIsRead) {
+  const std::string path = directory + "/startup.conf";
+  std::ofstream(path) << "interface gigabitethernet 1\r\ndescription exit\nip dhcp snooping vlan 5-7\nint gi 2\n";
+  EXPECT_EQ(ask("show startup-config"), json::parse(R"([
+    {"block": "interface gigabitethernet 1", "lines": ["description exit"]},
+    {"block": null, "lines": ["ip dhcp snooping vlan 5-7"]}, {"block": "int gi 2", "lines": []}])"));
+  std::ofstream(path) << "vlan 5\nvlan 0\n";
+  EXPECT_EQ(refusal("show startup-config json"), "2: a VLAN identifier must be a number from 1 to 4094");
+  EXPECT_EQ(type({"show startup-config"}), "vlan 5\nvlan 0\n");
 }
 
 TEST_F(JsonTest, BindingsAreTheRecords) {
