@@ -2,7 +2,7 @@
 
 demo_packages="g++ cmake ninja-build libcli-dev nlohmann-json3-dev
   python3 python3-scapy tshark isc-dhcp-client dhcpcd-base dnsmasq-base kea-dhcp4-server kea-dhcp6-server
-  isc-dhcp-relay nftables iproute2 util-linux"
+  isc-dhcp-relay nftables iproute2 util-linux curl python3-prometheus-client"
 check_packages="$demo_packages clang clang-format clang-tidy libclang-rt-14-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev g++-mips-linux-gnu qemu-user
   kea-admin tcpdump ethtool procps git make pkg-config dpkg-dev man-db bsdextrautils

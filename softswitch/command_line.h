@@ -23,4 +23,18 @@ class CommandServer {
   State* state_;
 };
 
+/// Answers scrapers on a Unix stream socket, from a thread of its own: `GET /metrics` in Prometheus' text form.
+class MetricsServer {
+ public:
+  explicit MetricsServer(std::string socket_path);
+  ~MetricsServer();  // removes the socket
+  MetricsServer(const MetricsServer&) = delete;
+  MetricsServer& operator=(const MetricsServer&) = delete;
+  bool start(std::string& error);
+
+ private:
+  struct State;
+  State* state_;
+};
+
 }  // namespace dhcp::softswitch

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -106,6 +107,8 @@ bool run(const Options& options, Background& background) {
   if (!load_configuration(options.config, error)) return failed(error);
   CommandServer commands(options.socket, options.config);
   if (!commands.start(error)) return failed(error);
+  std::optional<MetricsServer> metrics;
+  if (!options.metrics.empty() && !metrics.emplace(options.metrics).start(error)) return failed(error);
   if (!options.foreground) end_console_log();
   background.release();
   const Reporter reporter;

@@ -15,12 +15,13 @@ namespace {
 constexpr uint32_t fewest_ports = 1, most_ports_of_device = 26;  // the module counts groups from interface 27 on
 
 constexpr const char* usage =
-    "usage: softswitch --config FILE --socket PATH [--state DIR] [--foreground] [--ports N]\n"
-    "                  [--mac ADDRESS] [--log-level N]\n"
+    "usage: softswitch --config FILE --socket PATH [--state DIR] [--metrics PATH]\n"
+    "                  [--foreground] [--ports N] [--mac ADDRESS] [--log-level N]\n"
     "       softswitch --help | --version | --print-commands\n"
     "  --config FILE    configuration, as `show running-config` prints it\n"
     "  --socket PATH    where switchctl reaches the command line\n"
     "  --state DIR      where bindings are kept over a restart (/var/config)\n"
+    "  --metrics PATH   where Prometheus' text form is to be had over HTTP\n"
     "  --foreground     stay, and log to standard error\n"
     "  --ports N        physical ports, 1 to 26 (26)\n"
     "  --mac ADDRESS    the switch's own address (derived from the socket's path)\n"
@@ -41,6 +42,7 @@ bool take(int option, Options& options) {
     case 'c': options.config = optarg; return true;
     case 's': options.socket = optarg; return true;
     case 'd': options.state = optarg; return *optarg != '\0';
+    case 'e': options.metrics = optarg; return *optarg != '\0';
     case 'f': options.foreground = true; return true;
     case 'p': return read_number(optarg, fewest_ports, most_ports_of_device, options.ports);
     case 'l':
@@ -61,11 +63,15 @@ std::string about(std::string_view word) {
 }
 
 std::optional<Options> read_options(int count, char** words) {
-  static const option known[] = {
-      {"config", required_argument, nullptr, 'c'},    {"socket", required_argument, nullptr, 's'},
-      {"state", required_argument, nullptr, 'd'},     {"foreground", no_argument, nullptr, 'f'},
-      {"ports", required_argument, nullptr, 'p'},     {"mac", required_argument, nullptr, 'm'},
-      {"log-level", required_argument, nullptr, 'l'}, {nullptr, 0, nullptr, 0}};
+  static const option known[] = {{"config", required_argument, nullptr, 'c'},
+                                 {"socket", required_argument, nullptr, 's'},
+                                 {"state", required_argument, nullptr, 'd'},
+                                 {"metrics", required_argument, nullptr, 'e'},
+                                 {"foreground", no_argument, nullptr, 'f'},
+                                 {"ports", required_argument, nullptr, 'p'},
+                                 {"mac", required_argument, nullptr, 'm'},
+                                 {"log-level", required_argument, nullptr, 'l'},
+                                 {nullptr, 0, nullptr, 0}};
   Options options;
   bool good = true;
   for (int option; (option = getopt_long(count, words, "", known, nullptr)) != -1;)

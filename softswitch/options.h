@@ -11,7 +11,8 @@ namespace dhcp::softswitch {
 
 struct Options {
   std::string config, socket;
-  std::string state;  // directory of what outlives the switch, "" = the device's own places
+  std::string metrics;  // socket for scrapers, "" = none
+  std::string state;    // directory of what outlives the switch, "" = the device's own places
   bool foreground = false;
   uint32_t ports = 26;
   int log_level = 6;

@@ -18,6 +18,7 @@ class Switch:
         self.name, self.mac, self.net, self.log_level = name, mac, net, log_level
         self.config = f"{HERE}/{name}.conf"  # `write memory` writes it, too
         self.socket, self.log, self.state = f"{HERE}/{name}.sock", f"{HERE}/{name}.log", f"{HERE}/{name}.state"
+        self.metrics = f"{HERE}/{name}.metrics"
         self.program = f"{build}/bin/softswitch"
         self.client = f"{build}/bin/switchctl"
         self.surroundings = {**os.environ, "LD_LIBRARY_PATH": f"{build}/lib"}  # wherever it was built
@@ -32,8 +33,8 @@ class Switch:
                 file.write(config)
         log = open(self.log, "a", encoding="utf-8")  # noqa: the child's from here on
         self.log_start = os.path.getsize(self.log)
-        words = [self.program, "--config", self.config, "--socket", self.socket, "--state", self.state, "--foreground",
-                 "--mac", self.mac, "--log-level", str(self.log_level)]
+        words = [self.program, "--config", self.config, "--socket", self.socket, "--state", self.state, "--metrics",
+                 self.metrics, "--foreground", "--mac", self.mac, "--log-level", str(self.log_level)]
         self.process = subprocess.Popen(self.net.command(*words) if self.net else words, stdin=subprocess.DEVNULL,
                                         stdout=log, stderr=log, env=self.surroundings)
         log.close()

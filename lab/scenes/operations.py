@@ -1,12 +1,16 @@
 """What an operator has beside the services: captures, readouts for programs, the log, another configuration while
-clients are served."""
+clients are served, counters and metrics."""
+import json
 import os
 import re
 import signal
+import socket
 import subprocess
 import time
 
+from kit.crafted import BROADCAST, IP, OFFER, UDP, Ether, Raw, from_server
 from kit.judge import BAD_ELSE
+from kit.metrics import checked, key, scrape
 from kit.sandbox import HERE, run
 from kit.scene import Failed, Port, steps_of
 from kit.visitors import Visitors
@@ -162,6 +166,77 @@ def replace(lab):
     lab.expect("what is in force", lab.switch.cli("configure replace startup-config").strip(),
                "The configuration is that already")
     lab.say(lab.switch.refuses("configure replace /nowhere"))
+
+
+def frames(service, port, message, reason):
+    return key("dhcp_frames_total", service=service, port=port, message=message, reason=reason)
+
+
+def grown(lab, before, *keys):
+    """What has been counted since: a sample that is not there is 0."""
+    now = scrape(lab.switch.metrics)
+    return [now.get(sample, 0) - before.get(sample, 0) for sample in keys]
+
+
+@step("the text of metrics that breaks a rule is seen")
+def strict(lab):
+    good = "# HELP a_total Some.\n# TYPE a_total counter\na_total{b=\"c\"} 1\n"
+    lab.expect("a good text", checked(good), {key("a_total", b="c"): 1})
+    rules = {"twice": good + 'a_total{b="c"} 2\n', "no type": "# HELP a_total Some.\na_total 1\n", "no help": good[21:],
+             "no end": good[:-1], "no total": good.replace("_total", ""), "a label without marks": good.replace('"', ""),
+             "below 0": good.replace(" 1\n", " -1\n")}
+    for broken, text in rules.items():
+        try:
+            checked(text)
+        except ValueError:
+            continue
+        lab.expect_that(f"a broken text is taken: {broken}", False)
+
+
+@step("a lease, a rogue's answer and a damaged frame are counted, each with its reason, and scraped over a socket")
+def metrics(lab):
+    lab.switch.cli("clear dhcp counters")
+    before = scrape(lab.switch.metrics)
+    lab.crafted("bob", "02:00:00:00:02:20").lease()
+    lab.expect("of the lease", grown(lab, before, frames("server", "Gi2", "DISCOVER", "offered"),
+                                     frames("server", "Gi2", "REQUEST", "acknowledged"),
+                                     key("dhcp_leases", service="server", state="leased")), [1, 1, 1])
+    lab.switch.cli("configure", "ip dhcp snooping", "ip dhcp snooping vlan 10")
+    alice, victim = lab.hosts["alice"], lab.crafted("alice", "02:00:00:00:01:20")
+    alice.send(from_server(OFFER, alice, "192.168.10.66", victim, "192.168.10.67"))
+    rogue = frames("snooping", "Gi1", "OFFER", "server on untrusted port")
+    lab.wait_until(lambda: grown(lab, before, rogue) == [1], 5, "the rogue's answer")
+    alice.send(bytes(Ether(src=victim.mac, dst=BROADCAST) / IP(src="0.0.0.0", dst="255.255.255.255") /
+                     UDP(sport=68, dport=67) / Raw(bytes(200))))  # 40 bytes too few for a DHCP message
+    damaged = frames("snooping", "Gi1", "other", "malformed")
+    lab.wait_until(lambda: grown(lab, before, damaged) == [1], 5, "the damaged frame")
+    lab.show("show dhcp counters", "show dhcp counters interface gigabitethernet 1")
+    rows = json.loads(lab.switch.cli("show dhcp counters interface gigabitethernet 1 json"))
+    lab.expect("reasons on port 1", [row["reason"] for row in rows], ["malformed", "server on untrusted port"])
+    told = checked(lab.switch.cli("show metrics"))
+    lab.expect("names that the command line does not tell of", set(scrape(lab.switch.metrics)) - set(told), set())
+    lab.expect_that("the process is counted, too", told[key("process_resident_memory_bytes")] > 1e6)
+    lab.switch.cli("clear dhcp counters")
+    lab.expect("frames after clearing", [k for k in scrape(lab.switch.metrics) if k[0] == "dhcp_frames_total"], [])
+
+
+@step("scrapers that are silent, slow or gone keep neither the switch nor each other waiting")
+def slow_scrapers(lab):
+    def silent():
+        peer = socket.socket(socket.AF_UNIX)
+        peer.connect(lab.switch.metrics)
+        return peer
+    peers = [silent() for _ in range(7)]
+    peers[0].sendall(b"GET /metrics HTTP/1.1\r\n")  # and no more
+    peers[1].sendall(b"GET /metrics HTTP/1.1\r\n\r\n")  # and reads nothing
+    peers.pop().close()
+    lab.expect_that("another one is served", len(scrape(lab.switch.metrics)) > 50)
+    lab.expect_that("and so is a client", lab.crafted("bob", "02:00:00:00:02:21").lease().startswith("192.168.20."))
+    peers[0].settimeout(15)
+    lab.expect("what the one that never ends its request gets", peers[0].recv(100), b"")
+    for peer in peers:
+        peer.close()
+    lab.switch.cli("configure", "no ip dhcp snooping")
 
 
 @step("under a service manager the severity stands before the line, for the journal")

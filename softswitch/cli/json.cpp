@@ -10,6 +10,7 @@ Json::Json() : value_(std::make_unique<Library>()) {}
 Json::Json(bool value) : value_(std::make_unique<Library>(value)) {}
 Json::Json(int64_t value) : value_(std::make_unique<Library>(value)) {}
 Json::Json(uint64_t value) : value_(std::make_unique<Library>(value)) {}
+Json::Json(double value) : value_(std::make_unique<Library>(value)) {}
 Json::Json(std::string_view text) : value_(std::make_unique<Library>(text)) {}
 Json::Json(const Json& other) : value_(std::make_unique<Library>(*other.value_)) {}
 Json::Json(Json&& other) noexcept = default;

@@ -25,6 +25,7 @@ class Json {
   Json(bool value);
   Json(int64_t value);
   Json(uint64_t value);
+  Json(double value);
   template <std::integral T>
   Json(T value) : Json(static_cast<std::conditional_t<std::is_signed_v<T>, int64_t, uint64_t>>(value)) {}
   Json(std::string_view text);  // bytes that are no UTF-8 become U+FFFD
