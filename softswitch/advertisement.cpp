@@ -25,8 +25,8 @@ std::optional<std::array<uint8_t, named_advertisement_size>> name_advertiser(con
                                                                              std::span<const uint8_t> rest) {
   if (!is_bare_advertisement(rest)) return std::nullopt;
   std::array<uint8_t, named_advertisement_size> frame;
-  std::copy_n(macs, 2 * mac_size, frame.begin());
-  std::copy_n(rest.begin(), option - 2 * mac_size, frame.begin() + 2 * mac_size);
+  std::copy_n(macs, macs_size, frame.begin());
+  std::copy_n(rest.begin(), option - macs_size, frame.begin() + macs_size);
   frame[option] = target_link_address;
   frame[option + 1] = one_unit;
   std::copy_n(macs + mac_size, mac_size, frame.begin() + option + 2);

@@ -8,6 +8,7 @@
 
 namespace dhcp::softswitch {
 
+inline constexpr size_t macs_size = 12;                               // what stands in front of a frame's type
 inline constexpr size_t named_advertisement_size = 14 + 40 + 24 + 8;  // Ethernet, IPv6, the message, the option
 
 /// An advertisement without options, as hosts give when they are asked at their own address (section 7.2.4), with its

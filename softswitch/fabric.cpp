@@ -332,7 +332,7 @@ void Fabric::receive_from_cpu(uint16_t vlan, const RingFrame& in) {
 void Fabric::deliver(PacketDevice& cpu, const SwitchedFrame& frame) {
   const bool to_itself = std::memcmp(frame.macs, state_.bridge.cpu_mac.data(), mac_size) == 0;
   if (const auto named = to_itself ? name_advertiser(frame.macs, frame.rest) : std::nullopt)
-    return emit(cpu, {named->data(), frame.tci, std::span(*named).subspan(2 * mac_size), nullptr}, false);
+    return emit(cpu, {named->data(), frame.tci, std::span(*named).subspan(macs_size), nullptr}, false);
   emit(cpu, frame, false);
   // The CPU interface hands ARP answers to itself up a second time with six bytes of lead behind the type, as the
   // device's does.
