@@ -6,7 +6,7 @@ demo_packages="g++ cmake ninja-build libcli-dev nlohmann-json3-dev
 check_packages="$demo_packages clang clang-format clang-tidy libclang-rt-14-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev g++-mips-linux-gnu qemu-user
   kea-admin tcpdump ethtool procps git make pkg-config dpkg-dev man-db bsdextrautils
-  adduser"
+  adduser file"
 
 coverage_packages="$check_packages gcovr"
 bench_packages="$check_packages isc-dhcp-server linux-perf"

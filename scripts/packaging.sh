@@ -61,7 +61,9 @@ manuals_are_whole() {
 packages_come_and_go() {
   (cd "$build" && cpack -B "$work/packages") > "$work/cpack.log" 2>&1 || failed "cpack: $(cat "$work/cpack.log")"
   good "$(find "$work/packages" -maxdepth 1 -name '*.deb' | wc -l) packages: $(cd "$work/packages" && echo *.deb)"
-  if [ "$(id -u)" -eq 0 ]; then
+  if dpkg -s libdhcpmodule1 > /dev/null 2>&1; then
+    echo "skipped: this machine has the packages already"
+  elif [ "$(id -u)" -eq 0 ]; then
     unshare --mount --net --pid --fork --kill-child scripts/packaging/throw_away_root.sh "$work" > "$work/inside.log" 2>&1 ||
       failed "$(cat "$work/inside.log")"
     cat "$work/inside.log"

@@ -19,6 +19,7 @@
 #include "softswitch/log.h"
 #include "softswitch/options.h"
 #include "softswitch/reporter.h"
+#include "softswitch/service_manager.h"
 #include "softswitch/state.h"
 #include "softswitch/vlan_interfaces.h"
 #include "softswitch/watch.h"
@@ -111,9 +112,12 @@ bool run(const Options& options, Background& background) {
   if (!options.metrics.empty() && !metrics.emplace(options.metrics).start(error)) return failed(error);
   if (!options.foreground) end_console_log();
   background.release();
+  tell_service_manager("READY=1");
   const Reporter reporter;
   log_line(5, "running with %u ports, address %s", options.ports, switch_control().mac_address().c_str());
-  log_line(5, "ending on signal %d", obey(signals));
+  const int signal = obey(signals);
+  tell_service_manager("STOPPING=1");
+  log_line(5, "ending on signal %d", signal);
   return true;
 }
 
