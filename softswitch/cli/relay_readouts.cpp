@@ -24,7 +24,7 @@ Outcome show_helpers(Readout& out, const Args&) {
                {"requests", "Requests", right},
                {"replies", "Replies", right}});
   for (const DhcpRelayHelper& helper : all_helpers()) {
-    const auto when_valid = [&](Cell cell) { return helper.valid != 0 ? cell : none(); };
+    const auto when_valid = [&](const Cell& cell) { return helper.valid != 0 ? cell : none(); };
     table.add({dotted(helper.ip), when_valid(mac_text(helper.mac)), when_valid(helper.vlan),
                helper.valid != 0 ? "valid" : "probing", when_valid(helper.age), helper.requests, helper.replies});
   }
