@@ -7,15 +7,15 @@ layers=$1/layers
 mkdir "$layers"
 mount --make-rprivate /
 mount -t tmpfs layers "$layers"
-mkdir "$layers"/{upper,work,root}
-mount -t overlay overlay -o "lowerdir=/,upperdir=$layers/upper,workdir=$layers/work" "$layers/root"
-mount -t proc proc "$layers/root/proc"
-mount --rbind /dev "$layers/root/dev"
-mount -t sysfs sysfs "$layers/root/sys"
-mount -t tmpfs run "$layers/root/run"
-mount -t tmpfs tmp "$layers/root/tmp"
-cp -r "$here" "$1"/packages/*.deb "$here/../../examples/minimal" "$layers/root/tmp/"
-chroot "$layers/root" /tmp/packaging/inside.sh
+mkdir "$layers"/{upper,work,system}
+mount -t overlay overlay -o "lowerdir=/,upperdir=$layers/upper,workdir=$layers/work" "$layers/system"
+mount -t proc proc "$layers/system/proc"
+mount --rbind /dev "$layers/system/dev"
+mount -t sysfs sysfs "$layers/system/sys"
+mount -t tmpfs run "$layers/system/run"
+mount -t tmpfs tmp "$layers/system/tmp"
+cp -r "$here" "$1"/packages/*.deb "$here/../../examples/minimal" "$layers/system/tmp/"
+chroot "$layers/system" /tmp/packaging/inside.sh
 
 # left PATH: a file that is not the system's own, nor one of those that every package changes.
 left() {
