@@ -14,6 +14,10 @@
 #include <cstdlib>
 #include <fstream>
 
+#ifdef SOAK_SANITIZED
+#include <sanitizer/common_interface_defs.h>
+#endif
+
 #include "packet/nic.h"
 #include "tests/soak/operator.h"
 #include "tests/soak/report.h"
@@ -45,6 +49,9 @@ void silence_the_module() {
   soak::report = fdopen(dup(STDOUT_FILENO), "w");
   const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
   dup2(nowhere, STDOUT_FILENO);
+#ifdef SOAK_SANITIZED
+  __sanitizer_set_report_fd(reinterpret_cast<void*>(static_cast<intptr_t>(fileno(soak::report))));
+#endif
   dup2(nowhere, STDERR_FILENO);
   close(nowhere);
 }
@@ -91,8 +98,7 @@ class Memory {
   uint64_t most_blocks_seen() const { return most_blocks_seen_; }
 
  private:
-  /// A sanitizer keeps what is freed.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef SOAK_PROCESS_GROWS
   static constexpr bool grows_by_itself = true;
 #else
   static constexpr bool grows_by_itself = false;

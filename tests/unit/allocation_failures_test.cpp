@@ -25,7 +25,7 @@ using wire::Message6;
 using wire::operator+;
 
 constexpr uint32_t port = 3, uplink = 2;
-constexpr Mac server_mac{0x02, 0xbb, 0, 0, 0, 1}, host_mac{0x02, 0xdd, 0, 0, 0, 1};
+constexpr Mac server_mac{0x02, 0xbb, 0, 0, 0, 1};
 constexpr uint32_t server_ip = ip(10, 20, 0, 5);
 
 /// The allocation with this number fails, and those after it until `length` have.
