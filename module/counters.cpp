@@ -25,6 +25,12 @@ const char* dispatch_verdict_name(int verdict) {
   return index < names.size() ? names[index] : "unknown";
 }
 
+/// The name of a verdict for which a service has an enumeration: no other number may become one.
+template <class Verdict, int verdicts, const char* (*name)(Verdict)>
+const char* name_of(int verdict) {
+  return verdict >= 0 && verdict < verdicts ? name(static_cast<Verdict>(verdict)) : "unknown";
+}
+
 /// What a service brings along.
 struct Service {
   const char* name;
@@ -37,17 +43,15 @@ struct Service {
 constinit const std::array<Service, DHCP_SERVICES> services{{
     {"dispatch", dispatch_counts.view(), dispatch_verdict_name, packet::message_name4},
     {"snooping", snooping::frame_counts.view(), dhcp_snoop_verdict_name, packet::message_name4},
-    {"relay", relay::frame_counts.view(),
-     [](int verdict) { return dhcp_relay_verdict_name(static_cast<DhcpRelayVerdict>(verdict)); },
+    {"relay", relay::frame_counts.view(), name_of<DhcpRelayVerdict, DHCPR_VERDICTS, dhcp_relay_verdict_name>,
      packet::message_name4},
     {"server", server::frame_counts.view(), dhcp_server_verdict_name, packet::message_name4},
     {"snooping6", snooping6::frame_counts.view(), dhcp_snoop_verdict_name, packet::message_name6},
-    {"relay6", relay6::frame_counts.view(),
-     [](int verdict) { return dhcp6_relay_verdict_name(static_cast<Dhcp6RelayVerdict>(verdict)); },
+    {"relay6", relay6::frame_counts.view(), name_of<Dhcp6RelayVerdict, DHCP6_RELAY_VERDICTS, dhcp6_relay_verdict_name>,
      packet::message_name6},
     {"server6", server6::frame_counts.view(), dhcp6_server_verdict_name, packet::message_name6},
-    {"client6", client6::frame_counts.view(),
-     [](int verdict) { return dhcp6c_verdict_name(static_cast<Dhcp6cVerdict>(verdict)); }, packet::message_name6},
+    {"client6", client6::frame_counts.view(), name_of<Dhcp6cVerdict, DHCP6C_VERDICTS, dhcp6c_verdict_name>,
+     packet::message_name6},
 }};
 
 const Service* find_service(int service) {
