@@ -1,7 +1,8 @@
 /// The module's allocations: counted, watched until they are freed, and made to fail when a test says so.
 ///
 /// The module allocates by the `new` that answers with null and, where the device frees, by malloc() and calloc(). The
-/// tests themselves use neither: their containers take the `new` that throws.
+/// tests themselves use neither: their containers take the `new` that throws. A program that has the C library linked
+/// into it cannot tell the library's own malloc() from the module's, and watches `new` alone.
 #include <atomic>
 #include <cstdlib>
 #include <functional>
@@ -11,6 +12,7 @@
 
 #include "tests/fake/device.h"
 
+#ifdef FAKE_WATCHES_MALLOC
 // The linker turns what is linked into the program here; the C library's own calls stay as they are.
 extern "C" {
 void* __real_malloc(size_t size);
@@ -20,11 +22,15 @@ void* __wrap_malloc(size_t size);
 void* __wrap_calloc(size_t count, size_t size);
 void __wrap_free(void* block);
 }
+#else
+static void* __real_malloc(size_t size) { return malloc(size); }
+static void __real_free(void* block) { free(block); }
+#endif
 
 namespace {
 
 std::atomic<int> to_succeed{0}, to_fail{0};
-std::atomic<uint64_t> asked{0}, refused{0};
+std::atomic<uint32_t> asked{0}, refused{0};
 
 bool refuses() {
   ++asked;
@@ -65,9 +71,15 @@ void* watched(void* block) {
   return block;
 }
 
-void forget(void* block) {
-  const std::lock_guard guard(live().lock);
-  live().blocks.erase(block);
+void* take(size_t size) { return refuses() ? nullptr : watched(__real_malloc(size)); }
+
+void give_back(void* block) {
+  if (block == nullptr) return;
+  {
+    const std::lock_guard guard(live().lock);
+    live().blocks.erase(block);
+  }
+  __real_free(block);
 }
 
 }  // namespace
@@ -82,22 +94,20 @@ fake::Allocations fake::allocations() {
   return {asked.load(), refused.load(), live().blocks.size()};
 }
 
-void* __wrap_malloc(size_t size) { return refuses() ? nullptr : watched(__real_malloc(size)); }
+#ifdef FAKE_WATCHES_MALLOC
+void* __wrap_malloc(size_t size) { return take(size); }
 void* __wrap_calloc(size_t count, size_t size) { return refuses() ? nullptr : watched(__real_calloc(count, size)); }
-void __wrap_free(void* block) {
-  if (block == nullptr) return;
-  forget(block);
-  __real_free(block);
-}
+void __wrap_free(void* block) { give_back(block); }
+#endif
 
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return __wrap_malloc(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return __wrap_malloc(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return take(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return take(size); }
 void* operator new(std::size_t size) {
   if (void* block = __real_malloc(size != 0 ? size : 1)) return block;
   abort();
 }
 void* operator new[](std::size_t size) { return operator new(size); }
-void operator delete(void* block) noexcept { __wrap_free(block); }
-void operator delete[](void* block) noexcept { __wrap_free(block); }
-void operator delete(void* block, std::size_t) noexcept { __wrap_free(block); }
-void operator delete[](void* block, std::size_t) noexcept { __wrap_free(block); }
+void operator delete(void* block) noexcept { give_back(block); }
+void operator delete[](void* block) noexcept { give_back(block); }
+void operator delete(void* block, std::size_t) noexcept { give_back(block); }
+void operator delete[](void* block, std::size_t) noexcept { give_back(block); }

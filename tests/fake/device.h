@@ -160,7 +160,7 @@ void fail_allocations(int count, int after = 0);
 
 /// Allocations that the module has asked for and been refused since the program began, and its blocks not freed yet.
 struct Allocations {
-  uint64_t asked, refused;
+  uint32_t asked, refused;
   size_t live;
 };
 Allocations allocations();
