@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/frame_watch.h"
 #include "base/port_list.h"
 #include "dhcp/counters.h"
 
@@ -83,6 +84,7 @@ class FrameCounts {
   void count(uint32_t intf, size_t fate, unsigned type) {
     auto& counted = cells_[(count_row(intf) * fates + fate) * types + (type < types ? type : 0)].counted;
     counted.store(counted.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    if (frames_watched()) note_fate(service, static_cast<uint8_t>(fate));
   }
   constexpr FrameCountView view() { return {cells_.data(), fates, types}; }
 

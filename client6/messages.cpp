@@ -107,7 +107,7 @@ int dhcp6c_send_packet(const Dhcp6cInterfaceNode* node, uint8_t* frame, int mess
       packet::finish_datagram6(std::span(frame, client6::frame_room), static_cast<size_t>(message_size), datagram);
   if (finished.empty()) return -1;
   skpack record = packet::frame_buffer(finished);
-  __adp_transmit_frame(&record, dhcpc6_golbal_config.ports, node->vlan, static_cast<int>(packet::SendMode::flood));
+  packet::transmit(record, dhcpc6_golbal_config.ports, node->vlan, packet::SendMode::flood);
   return 0;
 }
 

@@ -1,6 +1,7 @@
 /// The dispatcher: what a frame passes, stage by stage, and what becomes of the other events.
 #include <array>
 #include <cstdio>
+#include <optional>
 
 #include "base/log.h"
 #include "base/mac.h"
@@ -14,6 +15,7 @@
 #include "dhcp/snooping6.h"
 #include "module/counters.h"
 #include "module/module.h"
+#include "module/watch.h"
 #include "packet/bytes.h"
 #include "packet/nic.h"
 #include "platform/adp.h"
@@ -97,10 +99,16 @@ void walk(std::span<const Stage> stages, skpack* skp) {
 /// A frame is released here and nowhere else.
 void frame_received(std::span<const Stage> stages, skpack* skp) {
   if (skp == nullptr) return;
-  if (__adp_receive_frame(skp, 1) >= 0) {
-    walk(stages, skp);
-  } else {
-    dispatch_counts.count(skp->in_intf, DHCP_DISPATCH_UNUSABLE, 0);
+  const bool usable = __adp_receive_frame(skp, 1) >= 0;
+  const base::FrameSink sink = base::frame_sink.load(std::memory_order_relaxed);
+  {
+    std::optional<Watch> watch;
+    if (sink != nullptr) watch.emplace(sink, *skp);
+    if (usable) {
+      walk(stages, skp);
+    } else {
+      dispatch_counts.count(skp->in_intf, DHCP_DISPATCH_UNUSABLE, 0);
+    }
   }
   skpack_release(skp);
 }

@@ -14,6 +14,9 @@ namespace dhcp::packet {
 
 enum class SendMode : int { flood = 0, snooped = 2, forwarded = 4 };
 
+/// The one way to the device: sends to the listed ports, as its call says; null = all.
+void transmit(skpack& frame, intf_order_list* ports, uint32_t vlan, SendMode mode);
+
 /// Sends to all listed ports that are members of `vlan`, counted in on `users` as a reader of the list meanwhile.
 void send_flood(std::span<uint8_t> frame, intf_order_list* ports, std::atomic<uint32_t>& users, uint32_t vlan);
 

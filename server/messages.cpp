@@ -4,7 +4,6 @@
 #include "base/log.h"
 #include "base/os.h"
 #include "packet/egress.h"
-#include "platform/adp.h"
 #include "server/bindings.h"
 #include "server/conflicts.h"
 #include "server/counters.h"
@@ -148,8 +147,7 @@ DhcpServerVerdict process(Request& request, uint8_t type, skpack& skp) {
   if (pool == nullptr) {
     // Nobody here serves the client; a server behind another port may.
     if (request.frame().destination().is_broadcast()) {
-      __adp_transmit_frame(&skp, nullptr, static_cast<uint32_t>(request.vlan()),
-                           static_cast<int>(packet::SendMode::flood));
+      packet::transmit(skp, nullptr, static_cast<uint32_t>(request.vlan()), packet::SendMode::flood);
     }
     return DHCPS_VERDICT_NO_POOL;
   }

@@ -25,7 +25,7 @@ int dhcp_snooping_send_packet(skpack* frame, uint32_t /*intf*/, int vlan) {
   const auto vid = static_cast<uint32_t>(vlan);
   if (dhcp_is_broadcast_ether_addr(frame->data) != 0) {
     const base::BusyGuard busy(g_dhcp_snooping.intf_busy);
-    __adp_transmit_frame(frame, g_dhcp_snooping.intf_list, vid, static_cast<int>(SendMode::flood));
+    dhcp::packet::transmit(*frame, g_dhcp_snooping.intf_list, vid, SendMode::flood);
     return 0;
   }
   uint32_t port = 0;

@@ -8,7 +8,7 @@ int dhcp6_snooping_send_packet(skpack* frame, uint32_t /*in_intf*/, int vlan) {
   const auto vid = static_cast<uint32_t>(vlan);
   if (dhcp6_is_multicast_ether_addr(frame->data) != 0) {
     const dhcp::base::BusyGuard busy(g_dhcp6_snooping.intf_busy);
-    __adp_transmit_frame(frame, g_dhcp6_snooping.intf_list, vid, static_cast<int>(SendMode::flood));
+    dhcp::packet::transmit(*frame, g_dhcp6_snooping.intf_list, vid, SendMode::flood);
     return 0;
   }
   uint32_t port = 0;

@@ -70,7 +70,13 @@ void keep(std::string line) {
   ring().lines.push_back(std::move(line));
 }
 
-void write_line(int severity, const char* name, const char* text) {
+enum class Asked { by_severity, expressly };
+
+void write_line(int severity, const char* name, const char* text, Asked asked = Asked::by_severity) {
+  const auto wants = [&](LogPlace place) {
+    const int wanted = at(place).severity;
+    return asked == Asked::expressly ? wanted != log_off : severity <= wanted;
+  };
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
   tm parts{};
@@ -78,15 +84,15 @@ void write_line(int severity, const char* name, const char* text) {
   char time[32];
   std::snprintf(time, sizeof time, "%02d:%02d:%02d.%03d", parts.tm_hour, parts.tm_min, parts.tm_sec,
                 static_cast<int>(now.tv_nsec / 1000000));
-  if (severity <= at(LogPlace::syslog).severity) syslog(severity, "%s: %s", name, text);
-  if (severity <= at(LogPlace::console).severity && console_open) {
+  if (wants(LogPlace::syslog)) syslog(severity, "%s: %s", name, text);
+  if (wants(LogPlace::console) && console_open) {
     if (console_is_journal) {
       std::fprintf(stderr, "<%d>%s: %s\n", severity, name, text);
     } else {
       std::fprintf(stderr, "%s <%d> %s: %s\n", time, severity, name, text);
     }
   }
-  if (severity > at(LogPlace::buffer).severity) return;
+  if (!wants(LogPlace::buffer)) return;
   char date[16];
   std::strftime(date, sizeof date, "%Y-%m-%d", &parts);
   keep(std::string(date) + " " + time + " <" + std::to_string(severity) + "> " + name + ": " + text);
@@ -148,6 +154,11 @@ void log_formatted(int severity, const char* name, const char* fmt, va_list args
   std::vsnprintf(text, sizeof text, fmt, args);
   cut_line_end(text);
   write_line(severity, name, text);
+}
+
+void log_asked_for(const char* name, const char* text) {
+  const CancelHold hold;
+  write_line(LOG_DEBUG, name, text, Asked::expressly);
 }
 
 void log_line(int severity, const char* fmt, ...) {

@@ -44,4 +44,7 @@ void log_line(int severity, const char* fmt, ...) __attribute__((format(printf, 
 /// A line that log_wants(), in the name of whoever speaks.
 void log_formatted(int severity, const char* name, const char* fmt, va_list args) __attribute__((format(printf, 3, 0)));
 
+/// A line of level 7 that somebody has asked for: it goes to every place that is not off, whatever its severity.
+void log_asked_for(const char* name, const char* text);
+
 }  // namespace dhcp::softswitch

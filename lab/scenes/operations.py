@@ -1,5 +1,5 @@
 """What an operator has beside the services: captures, readouts for programs, the log, another configuration while
-clients are served, counters and metrics."""
+clients are served, counters, metrics, debugging."""
 import json
 import os
 import re
@@ -218,6 +218,27 @@ def metrics(lab):
     lab.expect_that("the process is counted, too", told[key("process_resident_memory_bytes")] > 1e6)
     lab.switch.cli("clear dhcp counters")
     lab.expect("frames after clearing", [k for k in scrape(lab.switch.metrics) if k[0] == "dhcp_frames_total"], [])
+
+
+@step("debugging tells of every frame in a line, what became of it and why, and of nothing once it is off")
+def debugging(lab):
+    lab.switch.cli("debug dhcp packet")
+    victim = lab.crafted("alice", "02:00:00:00:01:21")
+    lab.crafted("bob", "02:00:00:00:02:22").lease()
+    alice = lab.hosts["alice"]
+    alice.send(from_server(OFFER, alice, "192.168.10.66", victim, "192.168.10.67"))
+    lab.wait_until(lambda: said(lab, "OFFER xid .*server on untrusted port"), 5, "the rogue's line")
+    lab.show("show debugging", "show logging | include packet: ")
+    lines = [line.split("packet: ")[1] for line in said(lab, "<7> packet: ")]
+    kinds = [tuple(re.search(r"^(in|out) (\S+) vlan (\d+) .* ([A-Z]+) xid", line).groups()) for line in lines]
+    lab.expect("frames", kinds, [("in", "Gi2", "20", "DISCOVER"), ("out", "all", "20", "OFFER"), ("in", "Gi2", "20", "REQUEST"),
+                                 ("out", "all", "20", "ACK"), ("in", "Gi1", "10", "OFFER")])
+    lab.expect("decisions", [line.split(" -- ")[1] for line in lines if line.startswith("in")],
+               ["snooping: vlan not snooped, server: offered", "snooping: vlan not snooped, server: acknowledged",
+                "snooping: server on untrusted port"])
+    lab.switch.cli("no debug dhcp packet")
+    lab.crafted("bob", "02:00:00:00:02:23").lease()
+    lab.expect("lines afterwards", len(said(lab, "<7> packet: ")), len(lines))
 
 
 @step("scrapers that are silent, slow or gone keep neither the switch nor each other waiting")

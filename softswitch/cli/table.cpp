@@ -8,12 +8,12 @@ namespace {
 std::vector<Command> join() {
   std::vector<Command> all;
   for (const auto part :
-       {session_commands(), show_commands(),    config_readouts(),    capture_commands(),  log_commands(),
-        counter_commands(), metrics_commands(), server_readouts(),    snooping_settings(), snooping_readouts(),
-        relay_readouts(),   switch_commands(),  relay_commands(),     server_commands(),   snooping_commands(),
-        snooping4_only(),   snooping_clears(),  snooping6_commands(), snooping6_only(),    snooping6_readouts(),
-        snooping6_clears(), guard_commands(),   relay6_commands(),    server6_readouts(),  server6_commands(),
-        client6_commands(), pool_commands(),    tech_support(),       pool6_commands()}) {
+       {session_commands(),   show_commands(),    config_readouts(),  capture_commands(),   log_commands(),
+        debug_commands(),     counter_commands(), metrics_commands(), server_readouts(),    snooping_settings(),
+        snooping_readouts(),  relay_readouts(),   switch_commands(),  relay_commands(),     server_commands(),
+        snooping_commands(),  snooping4_only(),   snooping_clears(),  snooping6_commands(), snooping6_only(),
+        snooping6_readouts(), snooping6_clears(), guard_commands(),   relay6_commands(),    server6_readouts(),
+        server6_commands(),   client6_commands(), pool_commands(),    tech_support(),       pool6_commands()}) {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;
@@ -46,6 +46,10 @@ constexpr KeywordHelp keyword_texts[] = {
     {"show monitor", "Capture of frames"},
     {"monitor", "Capture of frames"},
     {"no monitor", "Capture of frames"},
+    {"debug", "Log on demand"},
+    {"no debug", "Log on demand"},
+    {"debug dhcp", "DHCP and DHCPv6, all services"},
+    {"no debug dhcp", "DHCP and DHCPv6, all services"},
     {"clear", "Clear a table"},
     {"clear dhcp", "DHCP and DHCPv6, all services"},
     {"clear mac", "Forwarding table"},

@@ -101,6 +101,7 @@ std::span<const Command> config_readouts();
 std::span<const Command> capture_commands();
 std::span<const Command> log_commands();
 std::span<const Command> counter_commands();
+std::span<const Command> debug_commands();
 std::span<const Command> metrics_commands();
 std::span<const Command> tech_support();
 std::span<const Command> server_readouts();
