@@ -1,7 +1,7 @@
 /// A host that configures, looks, saves and clears while frames come in: anything but what would take from a resident.
 #pragma once
 
-#include "tests/soak/switch.h"
+#include "soak/switch.h"
 
 namespace soak {
 

@@ -1,4 +1,4 @@
-#include "tests/soak/residents.h"
+#include "soak/residents.h"
 
 #include <algorithm>
 #include <map>
@@ -10,7 +10,7 @@
 #include "dhcp/server6.h"
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
-#include "tests/soak/report.h"
+#include "soak/report.h"
 
 namespace soak {
 

@@ -1,4 +1,4 @@
-#include "tests/soak/switch.h"
+#include "soak/switch.h"
 
 #include <filesystem>
 
@@ -12,7 +12,7 @@
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
 #include "module/module.h"
-#include "tests/soak/report.h"
+#include "soak/report.h"
 
 namespace soak {
 

@@ -19,10 +19,10 @@
 #endif
 
 #include "packet/nic.h"
-#include "tests/soak/operator.h"
-#include "tests/soak/report.h"
-#include "tests/soak/residents.h"
-#include "tests/soak/strangers.h"
+#include "soak/operator.h"
+#include "soak/report.h"
+#include "soak/residents.h"
+#include "soak/strangers.h"
 
 namespace {
 

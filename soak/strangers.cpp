@@ -1,4 +1,4 @@
-#include "tests/soak/strangers.h"
+#include "soak/strangers.h"
 
 #include <algorithm>
 

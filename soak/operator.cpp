@@ -1,4 +1,4 @@
-#include "tests/soak/operator.h"
+#include "soak/operator.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -11,7 +11,7 @@
 #include "dhcp/server6.h"
 #include "dhcp/snooping.h"
 #include "dhcp/snooping6.h"
-#include "tests/soak/report.h"
+#include "soak/report.h"
 
 namespace soak {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "tests/soak/dice.h"
+#include "soak/dice.h"
 #include "tests/unit/wire6.h"
 
 namespace soak {

@@ -5,7 +5,7 @@
 #include <array>
 #include <optional>
 
-#include "tests/soak/switch.h"
+#include "soak/switch.h"
 
 namespace soak {
 

@@ -2,7 +2,7 @@
 /// damaged ones. None of them speaks as a resident, and no server that is believed gives a resident's address away.
 #pragma once
 
-#include "tests/soak/switch.h"
+#include "soak/switch.h"
 
 namespace soak {
 
