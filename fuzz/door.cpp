@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "dhcp/debug.h"
+#include "packet/frame_line.h"
+
 namespace dhcp::fuzz {
 
 namespace {
@@ -17,6 +20,14 @@ using packet::store_be32;
 const std::function<void(const SentFrame&)>* judging = nullptr;
 
 /// Sum of big-endian words, folded: 0xffff over a part that holds its own right checksum (RFC 1071).
+/// As an operator would be told of it, from storage as long as the frame.
+void describe(std::span<const uint8_t> frame) {
+  std::vector<uint8_t> bytes(frame.begin(), frame.end());
+  bytes.shrink_to_fit();
+  packet::FrameLine line;
+  line.describe(bytes);
+}
+
 uint32_t sum(std::span<const uint8_t> bytes, size_t start = 0) {
   for (size_t i = 0; i < bytes.size(); ++i) start += i % 2 == 0 ? size_t{bytes[i]} << 8 : bytes[i];
   while (start > 0xffff) start = (start & 0xffff) + (start >> 16);
@@ -114,7 +125,10 @@ int hand_over(int (*entry)(skpack*), bench::ReceivedFrame& frame, const std::fun
                                    int mode) {
     (*judging)({bytes, ports == nullptr, vlan, mode});
   };
+  describe(frame.bytes());
+  dhcp_watch_frames([](const char*) {});  // whatever is sent is described
   const int answer = entry(&frame.skp());
+  dhcp_watch_frames(nullptr);
   bench::null_device.on_frame = nullptr;
   HOLDS(answer == 0 || answer == -1);
   return answer;

@@ -76,8 +76,8 @@ struct SentFrame {
   int mode;
 };
 
-/// Gives the frame to the service's entry; each frame sent meanwhile goes to the judge. Returns the answer, which is 0
-/// or -1; aborts otherwise.
+/// Gives the frame to the service's entry while it is watched; each frame sent meanwhile goes to the judge. Returns the
+/// answer, which is 0 or -1; aborts otherwise.
 int hand_over(int (*entry)(skpack*), bench::ReceivedFrame& frame, const std::function<void(const SentFrame&)>& judge);
 
 /// Tag, types, lengths and checksums of a frame that the module has built from nothing; a UDP checksum of 0 stands for

@@ -82,8 +82,8 @@ using namespace dhcp::module;
 
 int dhcp_get_counters(DhcpCounter* out, int room) {
   int found = 0;
-  for (uint8_t service = 0; service < services.size(); ++service) {
-    each_count(service, services[service].counts, [&](const DhcpCounter& counter) {
+  for (size_t service = 0; service < services.size(); ++service) {
+    each_count(static_cast<uint8_t>(service), services[service].counts, [&](const DhcpCounter& counter) {
       if (found < room) out[found] = counter;
       ++found;
     });
