@@ -107,7 +107,7 @@ class Memory {
 };
 
 struct Figures {
-  uint64_t leases = 0, restarts = 0, changes = 0;
+  uint64_t restarts = 0, changes = 0;
 };
 
 constexpr soak::Life all_lives[] = {soak::Life::servers, soak::Life::snooping, soak::Life::relays,
@@ -159,6 +159,7 @@ int run() {
   Memory memory;
   Figures figures;
   for (uint32_t life = 0; life < lives; ++life) {
+    ++figures.restarts;
     device.begin(all_lives[life % std::size(all_lives)]);
     live(device, dice, residents, memory, plan.frames * (life + 1) / lives, figures);
     device.end();
@@ -172,7 +173,7 @@ int run() {
       static_cast<unsigned long long>(device.frames()), seconds, static_cast<double>(device.frames()) / seconds,
       static_cast<unsigned long long>(plan.seed), static_cast<unsigned long long>(memory.warm_kb()),
       static_cast<unsigned long long>(resident_kb()), static_cast<unsigned long long>(memory.most_blocks_seen()),
-      static_cast<unsigned long long>(residents.checked()), static_cast<unsigned long long>(figures.restarts + lives),
+      static_cast<unsigned long long>(residents.checked()), static_cast<unsigned long long>(figures.restarts),
       static_cast<unsigned long long>(figures.changes));
   return 0;
 }
