@@ -23,6 +23,11 @@ class Client6(Client):
         except TimeoutError as error:
             raise TimeoutError(f"{error}; it said:\n{self.said()}") from None
 
+    def release(self):
+        """Gives the address up, and waits until it is off the interface: the next client may not be taken for bound."""
+        super().release()
+        wait_until(lambda: self.address() is None, 10, f"{self.host.name} to be without an address")
+
 
 class Dhclient6(Client6, Dhclient):
     def _words(self, *more):
