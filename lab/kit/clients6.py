@@ -1,4 +1,6 @@
 """Stock DHCPv6 clients as black boxes, each in its host's namespace."""
+import os
+
 from kit.clients import Client, Dhclient, Dhcpcd, wait_until
 from kit.ip6 import addresses, speaks_ip6
 
@@ -30,10 +32,17 @@ class Client6(Client):
 
 
 class Dhclient6(Client6, Dhclient):
+    def _leases(self):
+        return f"/var/lib/dhcp/dhclient6.{self.host.name}.leases"
+
     def _words(self, *more):
         name = self.host.name
-        return ["dhclient", *more, "-6", "-lf", f"/var/lib/dhcp/dhclient6.{name}.leases", "-pf",
-                f"/run/dhclient6.{name}.pid", name]
+        return ["dhclient", *more, "-6", "-lf", self._leases(), "-pf", f"/run/dhclient6.{name}.pid", name]
+
+    def release(self):
+        """It keeps what it has given up in its file, and the next one would begin with that address for a moment."""
+        super().release()
+        os.remove(self._leases())
 
 
 class Dhcpcd6(Client6, Dhcpcd):
