@@ -55,6 +55,16 @@ wire::Ip6 snooped_ip6(uint32_t n) {
 
 bool in_conflict(uint32_t ip) { return dhcp_get_conflict_ip(&dhcps_cfg.conflicts.head, ip) != nullptr; }
 
+/// What a server behind the uplink says to a client that it lets have the address.
+Message ack_of(const Mac& mac, uint32_t ip) {
+  return Message(wire::ACK, mac)
+      .at(0, {2})
+      .at(16, wire::be32(ip))
+      .ip_option(51, long_s)
+      .from(server_mac)
+      .from_ip(server_ip);
+}
+
 }  // namespace
 
 void Residents::move_in() {
@@ -78,13 +88,7 @@ void Residents::lease4(uint32_t n) {
   if (snoops(switch_.life())) {
     const uint32_t ip = wire::ip(172, 31, 77, n + 1);
     say4(Message(wire::DISCOVER, mac), port_of(n));
-    say4(Message(wire::ACK, mac)
-             .at(0, {2})
-             .at(16, wire::be32(ip))
-             .ip_option(51, long_s)
-             .from(server_mac)
-             .from_ip(server_ip),
-         uplink);
+    say4(ack_of(mac, ip), uplink);
     all_[n].ip = ip;
     return;
   }
@@ -122,13 +126,7 @@ void Residents::renew4(uint32_t n) {
   const uint32_t ip = *all_[n].ip;
   say4(Message(wire::REQUEST, mac_of(n)).ciaddr(ip), port_of(n));
   if (snoops(switch_.life())) {
-    say4(Message(wire::ACK, mac_of(n))
-             .at(0, {2})
-             .at(16, wire::be32(ip))
-             .ip_option(51, long_s)
-             .from(server_mac)
-             .from_ip(server_ip),
-         uplink);
+    say4(ack_of(mac_of(n), ip), uplink);
     return;
   }
   const auto ack = answer4();
