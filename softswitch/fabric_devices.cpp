@@ -11,7 +11,7 @@ namespace dhcp::softswitch {
 namespace {
 
 constexpr uint64_t key_cpu = 0x10000;
-constexpr uint32_t port_slots = 1024, cpu_slots = 256;
+constexpr uint32_t port_slots = 512, cpu_slots = 64;  // a burst of as many frames finds room
 
 }  // namespace
 

@@ -17,9 +17,9 @@ namespace dhcp::softswitch {
 namespace {
 
 constexpr uint16_t all_protocols = 0x0003;  // ETH_P_ALL
-constexpr uint32_t block_size = 1 << 16;
+constexpr uint32_t slot_size = 816;  // five to the usual page; a frame of 740 bytes, behind what the kernel says of it
 constexpr int kernel_buffer = 4 << 20;
-constexpr size_t large_size = 1 << 17;
+constexpr size_t beside_room = 1 << 17;
 
 bool set(int fd, int level, int name, int value) { return setsockopt(fd, level, name, &value, sizeof value) == 0; }
 
@@ -47,19 +47,19 @@ bool hear_everything(int fd, int index) {
 struct PacketDevice::Batch {
   std::array<mmsghdr, batch_frames> message{};
   std::array<iovec, batch_frames> part{};
-  std::array<std::array<uint8_t, slot_size>, batch_frames> room;
+  size_t used = 0;
+  std::array<uint8_t, size_t{16} * longest_frame> room;  // the frames, one behind the other
 };
 
 PacketDevice::PacketDevice(int fd, int sender, int index) : fd_(fd), sender_(sender), index_(index), batch_(new Batch) {
   for (unsigned i = 0; i < batch_frames; ++i) {
-    batch_->part[i].iov_base = batch_->room[i].data();
     batch_->message[i].msg_hdr.msg_iov = &batch_->part[i];
     batch_->message[i].msg_hdr.msg_iovlen = 1;
   }
 }
 
 PacketDevice::~PacketDevice() {
-  if (ring_ != nullptr) munmap(ring_, size_t{slots_} * slot_size);
+  if (ring_ != nullptr) munmap(ring_, static_cast<size_t>(ring_end_ - ring_));
   for (const int fd : {fd_, sender_})
     if (fd >= 0) close(fd);
 }
@@ -68,16 +68,19 @@ bool PacketDevice::map_ring(uint32_t slots) {
   if (!set(fd_, SOL_PACKET, PACKET_VERSION, TPACKET_V2)) return false;
   set(fd_, SOL_PACKET, PACKET_VNET_HDR, 1);
   set(fd_, SOL_PACKET, PACKET_COPY_THRESH, 1);
+  block_ = static_cast<uint32_t>(sysconf(_SC_PAGESIZE));
+  slots_a_block_ = block_ / slot_size;
   tpacket_req request{};
+  request.tp_block_size = block_;
+  request.tp_block_nr = (slots + slots_a_block_ - 1) / slots_a_block_;
   request.tp_frame_size = slot_size;
-  request.tp_frame_nr = slots;
-  request.tp_block_size = block_size;
-  request.tp_block_nr = slots / (block_size / slot_size);
+  request.tp_frame_nr = request.tp_block_nr * slots_a_block_;
   if (setsockopt(fd_, SOL_PACKET, PACKET_RX_RING, &request, sizeof request) != 0) return false;
-  void* const at = mmap(nullptr, size_t{slots} * slot_size, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0);
+  const size_t size = size_t{request.tp_block_nr} * block_;
+  void* const at = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0);
   if (at == MAP_FAILED) return false;
-  ring_ = static_cast<uint8_t*>(at);
-  slots_ = slots;
+  ring_ = slot_ = static_cast<uint8_t*>(at);
+  ring_end_ = ring_ + size;
   return true;
 }
 
@@ -103,10 +106,10 @@ std::unique_ptr<PacketDevice> PacketDevice::open(const std::string& ifname, uint
 }
 
 bool PacketDevice::peek(RingFrame& out) {
-  auto* const header = reinterpret_cast<tpacket2_hdr*>(slot());
+  auto* const header = reinterpret_cast<tpacket2_hdr*>(slot_);
   const uint32_t status = __atomic_load_n(&header->tp_status, __ATOMIC_ACQUIRE);
   if ((status & TP_STATUS_USER) == 0) return false;
-  out.data = slot() + header->tp_mac;
+  out.data = slot_ + header->tp_mac;
   out.size = header->tp_snaplen;
   out.usable = header->tp_snaplen == header->tp_len && header->tp_len >= ether_size;
   out.unfinished = (status & TP_STATUS_CSUMNOTREADY) != 0;
@@ -114,41 +117,55 @@ bool PacketDevice::peek(RingFrame& out) {
   out.tci = header->tp_vlan_tci;
   out.tag_type = (status & TP_STATUS_VLAN_TPID_VALID) != 0 ? header->tp_vlan_tpid : type_tag;
   out.large = nullptr;
-  if ((status & TP_STATUS_COPY) != 0) read_large(out);
+  if ((status & TP_STATUS_COPY) != 0) read_beside(out);
   return true;
 }
 
-void PacketDevice::read_large(RingFrame& out) {
-  if (!large_) large_.reset(new uint8_t[large_size]);
-  iovec parts[2] = {{&note_, sizeof note_}, {large_.get(), large_size}};
-  msghdr message{};
-  message.msg_iov = parts;
-  message.msg_iovlen = 2;
-  const ssize_t got = recvmsg(fd_, &message, MSG_DONTWAIT);
-  if (got < static_cast<ssize_t>(sizeof note_ + ether_size) || (message.msg_flags & MSG_TRUNC) != 0) return;
-  out.data = large_.get();
-  out.size = static_cast<uint32_t>(got) - static_cast<uint32_t>(sizeof note_);
+void PacketDevice::read_beside(RingFrame& out) {
+  if (!beside_) beside_.reset(new uint8_t[beside_room]);
+  if (beside_size_ == 0) {
+    iovec parts[2] = {{&note_, sizeof note_}, {beside_.get(), beside_room}};
+    msghdr message{};
+    message.msg_iov = parts;
+    message.msg_iovlen = 2;
+    const ssize_t got = recvmsg(fd_, &message, MSG_DONTWAIT);
+    if (got < static_cast<ssize_t>(sizeof note_ + ether_size) || (message.msg_flags & MSG_TRUNC) != 0) return;
+    beside_size_ = static_cast<size_t>(got) - sizeof note_;
+  }
+  out.data = beside_.get();
+  out.size = static_cast<uint32_t>(beside_size_);
   out.usable = true;
-  out.unfinished = false;  // the note says what is to be finished, and where
-  out.large = &note_;
+  if (note_.cut_as == 0 && beside_size_ <= longest_frame) {
+    out.unfinished = (note_.flags & OffloadNote::needs_checksum) != 0;
+  } else {
+    out.unfinished = false;  // the note says what is to be finished, and where
+    out.large = &note_;
+  }
 }
 
 void PacketDevice::pop() {
-  auto* const header = reinterpret_cast<tpacket2_hdr*>(slot());
+  auto* const header = reinterpret_cast<tpacket2_hdr*>(slot_);
   __atomic_store_n(&header->tp_status, TP_STATUS_KERNEL, __ATOMIC_RELEASE);
-  at_ = at_ + 1 == slots_ ? 0 : at_ + 1;
+  beside_size_ = 0;
+  slot_ += slot_size;
+  if (++slot_of_block_ < slots_a_block_) return;
+  slot_of_block_ = 0;
+  slot_ += block_ - slots_a_block_ * slot_size;
+  if (slot_ == ring_end_) slot_ = ring_;
 }
 
 bool PacketDevice::queue(std::span<const uint8_t> head, std::span<const uint8_t> rest) {
-  if (head.size() + rest.size() > slot_size) {
+  const size_t size = head.size() + rest.size();
+  if (size > longest_frame) {
     ++counters_.tx_failed;
     return false;
   }
-  if (queued_ == batch_frames) flush();
-  uint8_t* const room = batch_->room[queued_].data();
+  if (queued_ == batch_frames || batch_->used + size > batch_->room.size()) flush();
+  uint8_t* const room = &batch_->room[batch_->used];
   std::memcpy(room, head.data(), head.size());
   if (!rest.empty()) std::memcpy(room + head.size(), rest.data(), rest.size());
-  batch_->part[queued_++].iov_len = head.size() + rest.size();
+  batch_->part[queued_++] = {room, size};
+  batch_->used += size;
   return true;
 }
 
@@ -190,6 +207,7 @@ void PacketDevice::flush() {
     }
   }
   queued_ = 0;
+  batch_->used = 0;
 }
 
 void PacketDevice::update_lost() {

@@ -1,7 +1,10 @@
 /// One Linux interface as the switch drives it: a receive ring shared with the kernel, and a batch of frames to send.
 ///
-/// Frames too long for the ring (local kernels send TCP in pieces of 64 KiB, to be cut by a network card) come beside
-/// it with a note of what is left to do, and go on as they came, note and all.
+/// A slot of the ring is as long as DHCP messages are, whose senders keep to 576 bytes of IP (RFC 2131 section 2) or
+/// not far above: the ring is memory that every port holds for good, and has to have room for many short frames. A
+/// longer frame waits beside the ring and costs a call. One that is longer than any cable carries (local kernels send
+/// TCP in pieces of 64 KiB, to be cut by a network card) has a note of what is left to do, and goes on as it came, note
+/// and all.
 ///
 /// Received frames are read where the kernel put them; none is copied before the switch knows where it goes. Sent
 /// frames are collected and handed over in one call. (A transmit ring would spare a copy, but the kernel gives its
@@ -39,9 +42,9 @@ struct RingFrame {
 class PacketDevice {
  public:
   static constexpr unsigned batch_frames = 32;
-  static constexpr uint32_t slot_size = 2048;
+  static constexpr uint32_t longest_frame = 2048;  // of those that are not large
 
-  /// Opens the interface and brings it up. `slots` of 2 KiB each wait for the switch. Null and `error` on failure.
+  /// Opens the interface and brings it up. At least so many frames wait for the switch. Null and `error` on failure.
   static std::unique_ptr<PacketDevice> open(const std::string& ifname, uint32_t slots, std::string& error);
   ~PacketDevice();
   PacketDevice(const PacketDevice&) = delete;
@@ -50,7 +53,7 @@ class PacketDevice {
   int fd() const { return fd_; }
   int index() const { return index_; }
 
-  /// The oldest received frame; it stays in the ring until pop(). One that is large can be looked at only once.
+  /// The oldest received frame; it stays where it is until pop().
   bool peek(RingFrame& out);
   void pop();
 
@@ -72,16 +75,16 @@ class PacketDevice {
   struct Batch;
   PacketDevice(int fd, int sender, int index);
   bool map_ring(uint32_t slots);
-  void read_large(RingFrame& out);
-  uint8_t* slot() const { return ring_ + size_t{at_} * slot_size; }
+  void read_beside(RingFrame& out);
 
   int fd_;      // receives, and sends what is large
   int sender_;  // sends the rest, without a note for each
   int index_;
-  uint8_t* ring_ = nullptr;
-  uint32_t slots_ = 0, at_ = 0;
+  uint8_t *ring_ = nullptr, *ring_end_ = nullptr, *slot_ = nullptr;  // the ring in blocks, a page each
+  uint32_t block_ = 0, slots_a_block_ = 0, slot_of_block_ = 0;
   std::unique_ptr<Batch> batch_;
-  std::unique_ptr<uint8_t[]> large_;  // made with the first large frame
+  std::unique_ptr<uint8_t[]> beside_;  // made with the first frame that did not fit into a slot
+  size_t beside_size_ = 0;             // of the frame in it, 0 = not read yet
   OffloadNote note_;
   unsigned queued_ = 0;
   Counters counters_;
