@@ -18,56 +18,51 @@ void MacTable::Entry::mac(uint8_t out[6]) const {
   store_be32(out + 2, static_cast<uint32_t>(key));
 }
 
-MacTable::MacTable() : entries_(sets * ways) {}
-
-size_t MacTable::set_of(uint64_t key) { return (key * 0x9e3779b97f4a7c15u >> 52) % sets * ways; }
+size_t MacTable::set_of(uint64_t key) { return (key * 0x9e3779b97f4a7c15u >> 52) % sets; }
 
 void MacTable::learn(uint16_t vlan, const uint8_t mac[6], uint32_t intf, uint32_t now_s) {
-  const uint64_t key = key_of(vlan, mac);
-  Entry* const set = &entries_[set_of(key)];
-  Entry* place = set;
-  for (Entry* e = set; e != set + ways; ++e) {
-    if (e->key == key) {
-      place = e;
-      break;
+  const Entry entry{key_of(vlan, mac), intf, now_s};
+  Entry* oldest = nullptr;
+  size_t known = 0;
+  Table::Link* link = &table_.head(set_of(entry.key));
+  for (; *link != 0; link = &table_.next(*link), ++known) {
+    Entry& e = table_.at(*link);
+    if (e.key == entry.key) {
+      e = entry;
+      return;
     }
-    if (place->key != 0 && (e->key == 0 || static_cast<int32_t>(e->seen - place->seen) < 0)) place = e;
+    if (oldest == nullptr || static_cast<int32_t>(e.seen - oldest->seen) < 0) oldest = &e;
   }
-  *place = {key, intf, now_s};
+  if (known == ways) {
+    *oldest = entry;
+  } else {
+    table_.add(*link, entry);
+  }
 }
 
 uint32_t MacTable::find(uint16_t vlan, const uint8_t mac[6]) const {
   const uint64_t key = key_of(vlan, mac);
-  const Entry* const set = &entries_[set_of(key)];
-  for (const Entry* e = set; e != set + ways; ++e)
-    if (e->key == key) return e->intf;
-  return 0;
-}
-
-template <class Predicate>
-void MacTable::forget_if(Predicate gone) {
-  for (Entry& e : entries_)
-    if (e.key != 0 && gone(e)) e = {};
+  Table::Link link = table_.head(set_of(key));
+  while (link != 0 && table_.at(link).key != key) link = table_.next(link);
+  return link == 0 ? 0 : table_.at(link).intf;
 }
 
 void MacTable::expire(uint32_t now_s, uint32_t limit_s) {
   if (limit_s == 0) return;  // no ageing
-  forget_if([=](const Entry& e) { return now_s - e.seen >= limit_s; });
+  table_.remove_if([=](const Entry& e) { return now_s - e.seen >= limit_s; });
 }
 
 void MacTable::forget_intf(uint32_t intf) {
-  forget_if([=](const Entry& e) { return e.intf == intf; });
+  table_.remove_if([=](const Entry& e) { return e.intf == intf; });
 }
 
 void MacTable::forget_vlan(uint16_t vlan) {
-  forget_if([=](const Entry& e) { return e.vlan() == vlan; });
+  table_.remove_if([=](const Entry& e) { return e.vlan() == vlan; });
 }
-
-void MacTable::clear() { entries_.assign(sets * ways, {}); }
 
 std::vector<MacTable::Entry> MacTable::rows() const {
   std::vector<Entry> rows;
-  std::copy_if(entries_.begin(), entries_.end(), std::back_inserter(rows), [](const Entry& e) { return e.key != 0; });
+  table_.for_each([&](const Entry& e) { rows.push_back(e); });
   std::sort(rows.begin(), rows.end(), [](const Entry& a, const Entry& b) { return a.key < b.key; });
   return rows;
 }

@@ -16,6 +16,7 @@
 #include "softswitch/control.h"
 #include "softswitch/fabric.h"
 #include "softswitch/follow_bindings.h"
+#include "softswitch/footprint.h"
 #include "softswitch/log.h"
 #include "softswitch/options.h"
 #include "softswitch/reporter.h"
@@ -115,6 +116,7 @@ bool run(const Options& options, Background& background) {
   tell_service_manager("READY=1");
   const Reporter reporter;
   log_line(5, "running with %u ports, address %s", options.ports, switch_control().mac_address().c_str());
+  give_back_start();
   const int signal = obey(signals);
   tell_service_manager("STOPPING=1");
   log_line(5, "ending on signal %d", signal);
@@ -133,6 +135,7 @@ int main(int count, char** words) {
   }
   const auto options = read_options(count, words);
   if (!options) return 2;
+  share_one_heap();
   begin_log(options->log_level, !options->foreground);
   Background background;
   if (!options->foreground && !background.enter()) {
