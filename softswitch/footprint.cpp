@@ -26,7 +26,7 @@ int give_back_object(dl_phdr_info* object, size_t, void*) {
 
 void share_one_heap() { mallopt(M_ARENA_MAX, 1); }
 
-void give_back_start() {
+void give_back_unused() {
   malloc_trim(0);
   dl_iterate_phdr(give_back_object, nullptr);
 }

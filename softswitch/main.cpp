@@ -116,7 +116,7 @@ bool run(const Options& options, Background& background) {
   tell_service_manager("READY=1");
   const Reporter reporter;
   log_line(5, "running with %u ports, address %s", options.ports, switch_control().mac_address().c_str());
-  give_back_start();
+  give_back_unused();
   const int signal = obey(signals);
   tell_service_manager("STOPPING=1");
   log_line(5, "ending on signal %d", signal);

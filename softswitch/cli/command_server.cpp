@@ -13,6 +13,7 @@
 #include "softswitch/cli/socket.h"
 #include "softswitch/cli/unix_listener.h"
 #include "softswitch/command_line.h"
+#include "softswitch/footprint.h"
 
 namespace dhcp::softswitch {
 namespace {
@@ -53,7 +54,8 @@ void CommandServer::State::run() {
     pollfd waits[] = {{listener.fd(), POLLIN, 0}, {listener.stop_fd(), POLLIN, 0}};
     if (poll(waits, 2, tidy_ms) < 0 && errno != EINTR) return;
     if (waits[1].revents != 0) return;
-    operators.remove_if([](const Operator& o) { return o.left.load(); });
+    const bool some_left = operators.remove_if([](const Operator& o) { return o.left.load(); }) != 0;
+    if (some_left && operators.empty()) give_back_unused();
     if (waits[0].revents == 0) continue;
     const int fd = accept4(listener.fd(), nullptr, nullptr, SOCK_CLOEXEC);
     if (fd >= 0) operators.emplace_back(fd);
