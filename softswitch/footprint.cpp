@@ -6,18 +6,22 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <vector>
 
 namespace dhcp::softswitch {
 namespace {
 
-/// Only segments that are never written: a page of another may hold what is nowhere else.
-int give_back_object(dl_phdr_info* object, size_t, void*) {
+struct Pages {
+  uintptr_t begin, end;
+};
+
+/// Those of the segments that are never written: a page of another may hold what is nowhere else.
+int collect(dl_phdr_info* object, size_t, void* pages) {
   const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
   for (const ElfW(Phdr)* header = object->dlpi_phdr; header != object->dlpi_phdr + object->dlpi_phnum; ++header) {
     if (header->p_type != PT_LOAD || (header->p_flags & PF_W) != 0) continue;
-    const uintptr_t begin = (object->dlpi_addr + header->p_vaddr + page - 1) & ~(page - 1);
-    const uintptr_t end = (object->dlpi_addr + header->p_vaddr + header->p_memsz) & ~(page - 1);
-    if (begin < end) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_DONTNEED);
+    const uintptr_t begin = object->dlpi_addr + header->p_vaddr, end = begin + header->p_memsz;
+    static_cast<std::vector<Pages>*>(pages)->push_back({(begin + page - 1) & ~(page - 1), end & ~(page - 1)});
   }
   return 0;
 }
@@ -27,8 +31,11 @@ int give_back_object(dl_phdr_info* object, size_t, void*) {
 void share_one_heap() { mallopt(M_ARENA_MAX, 1); }
 
 void give_back_unused() {
+  std::vector<Pages> unwritten;
+  dl_iterate_phdr(collect, &unwritten);  // which reads in them: all before the first one goes
   malloc_trim(0);
-  dl_iterate_phdr(give_back_object, nullptr);
+  for (const auto [begin, end] : unwritten)
+    if (begin < end) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_DONTNEED);
 }
 
 }  // namespace dhcp::softswitch

@@ -1,8 +1,8 @@
 /// One Linux interface as the switch drives it: a receive ring shared with the kernel, and a batch of frames to send.
 ///
-/// A slot of the ring is as long as DHCP messages are, whose senders keep to 576 bytes of IP (RFC 2131 section 2) or
-/// not far above: the ring is memory that every port holds for good, and has to have room for many short frames. A
-/// longer frame waits beside the ring and costs a call. One that is longer than any cable carries (local kernels send
+/// A slot of the ring is as long as a DHCP message that everybody takes, of 576 bytes of IP (RFC 2131 section 2): the
+/// ring is memory that every port holds for good, and it is there for bursts of short frames. A longer frame waits
+/// beside the ring and costs a call. One that is longer than any cable carries (local kernels send
 /// TCP in pieces of 64 KiB, to be cut by a network card) has a note of what is left to do, and goes on as it came, note
 /// and all.
 ///

@@ -1,5 +1,7 @@
 #include "softswitch/vlan_map.h"
 
+#include <algorithm>
+
 namespace dhcp::softswitch {
 
 VlanMap::VlanMap() : members_(max_vlan + 1), ports_(most_ports + 1) { create(1); }
@@ -7,24 +9,21 @@ VlanMap::VlanMap() : members_(max_vlan + 1), ports_(most_ports + 1) { create(1);
 bool VlanMap::member(const Port& port, uint16_t vlan) const {
   if (!exists_[vlan]) return false;
   if (port.mode == PortMode::access) return port.access == vlan;
-  return port.all || port.allowed[vlan];
+  return port.allowed.empty() || std::binary_search(port.allowed.begin(), port.allowed.end(), vlan);
 }
 
 void VlanMap::refresh(uint32_t port) {
   for (uint16_t vlan = 1; vlan <= max_vlan; ++vlan) {
-    if (member(ports_[port], vlan)) {
-      members_[vlan] |= port_bit(port);
-    } else {
-      members_[vlan] &= ~port_bit(port);
-    }
+    const bool was = (members_[vlan] & port_bit(port)) != 0;
+    if (was != member(ports_[port], vlan)) members_[vlan] ^= port_bit(port);
   }
 }
 
 void VlanMap::set_port(uint32_t port, PortMode mode, uint16_t access_vlan, uint16_t native_vlan,
                        const std::vector<uint16_t>& allowed) {
   Port& p = ports_[port];
-  p = {mode, access_vlan, native_vlan, allowed.empty(), {}};
-  for (const uint16_t vlan : allowed) p.allowed.set(vlan);
+  p = {mode, access_vlan, native_vlan, allowed};
+  std::sort(p.allowed.begin(), p.allowed.end());
   refresh(port);
 }
 
@@ -66,7 +65,7 @@ bool VlanMap::leaves_tagged(uint32_t port, uint16_t vlan) const {
 bool VlanMap::uses(uint32_t port, uint16_t vlan) const {
   const Port& p = ports_[port];
   if (p.mode == PortMode::access) return p.access == vlan;
-  return p.native == vlan || (!p.all && p.allowed[vlan]);
+  return p.native == vlan || std::binary_search(p.allowed.begin(), p.allowed.end(), vlan);
 }
 
 }  // namespace dhcp::softswitch

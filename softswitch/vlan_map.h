@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "softswitch/control.h"
+#include "softswitch/fixed_pages.h"
 #include "softswitch/wire.h"
 
 namespace dhcp::softswitch {
@@ -40,14 +41,13 @@ class VlanMap {
   struct Port {
     PortMode mode = PortMode::access;
     uint16_t access = 1, native = 1;
-    bool all = true;
-    std::bitset<max_vlan + 1> allowed;
+    std::vector<uint16_t> allowed;  // in ascending order; none = all
   };
   bool member(const Port& port, uint16_t vlan) const;
   void refresh(uint32_t port);
 
   std::bitset<max_vlan + 1> exists_;
-  std::vector<PortSet> members_;
+  FixedPages<PortSet> members_;  // by VLAN
   std::vector<Port> ports_;
 };
 

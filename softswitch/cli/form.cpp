@@ -21,16 +21,17 @@ FormWord form_word(std::string_view text) {
 
 Form take_apart(const Command& command, std::string_view form, bool undo) {
   Form out{&command, undo, {}};
+  const auto words = split_words(form);
+  out.words.reserve(words.size() + 1);
   if (undo) out.words.push_back({"no", nullptr, false, false});
-  for (const Word& word : split_words(form)) out.words.push_back(form_word(word.text));
+  for (const Word& word : words) out.words.push_back(form_word(word.text));
   if (command.show != nullptr) out.words.push_back({"json", nullptr, true, false});
   return out;
 }
 
-std::vector<Form> collect(Mode mode) {
+std::vector<Form> collect() {
   std::vector<Form> forms;
   for (const Command& command : commands()) {
-    if ((command.modes & in(mode)) == 0) continue;
     forms.push_back(take_apart(command, command.form, false));
     if (!command.no_form.empty()) forms.push_back(take_apart(command, command.no_form, true));
   }
@@ -39,11 +40,12 @@ std::vector<Form> collect(Mode mode) {
 
 }  // namespace
 
-const std::vector<Form>& forms_of(Mode mode) {
-  static const std::vector<Form> forms[] = {collect(Mode::exec), collect(Mode::configure),
-                                            collect(Mode::port), collect(Mode::vlan_interface),
-                                            collect(Mode::pool), collect(Mode::pool6)};
-  return forms[static_cast<size_t>(mode)];
+std::vector<const Form*> forms_of(Mode mode) {
+  static const std::vector<Form> all = collect();
+  std::vector<const Form*> forms;
+  for (const Form& form : all)
+    if ((form.command->modes & in(mode)) != 0) forms.push_back(&form);
+  return forms;
 }
 
 }  // namespace dhcp::softswitch::cli

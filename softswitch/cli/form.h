@@ -19,6 +19,6 @@ struct Form {
 };
 
 /// The forms that a mode takes.
-const std::vector<Form>& forms_of(Mode mode);
+std::vector<const Form*> forms_of(Mode mode);
 
 }  // namespace dhcp::softswitch::cli

@@ -116,7 +116,7 @@ struct Walk {
 
 Candidates all_forms(Mode mode) {
   Candidates candidates;
-  for (const Form& form : forms_of(mode)) candidates.push_back({&form});
+  for (const Form* form : forms_of(mode)) candidates.push_back({form});
   return candidates;
 }
 

@@ -37,9 +37,9 @@ Outcome show(Readout& out, const Args&) {
   char date[40];
   std::strftime(date, sizeof date, "%Y-%m-%d %H:%M:%S %z", &parts);
   out.say(std::string(date) + "\n");
-  for (const Form& form : forms_of(Mode::exec)) {
-    const auto line = line_without_values(form);
-    if (line && form.command->show != nullptr && form.command->show != show) add_readout(out, *line);
+  for (const Form* form : forms_of(Mode::exec)) {
+    const auto line = line_without_values(*form);
+    if (line && form->command->show != nullptr && form->command->show != show) add_readout(out, *line);
   }
   for (uint32_t port = 1; port <= switch_control().port_count(); ++port)
     if (!switch_control().port(port).config.device.empty())
