@@ -12,7 +12,7 @@ constexpr size_t pool_frames = 512;  // the event queue twice over
 
 }  // namespace
 
-FramePool::FramePool(size_t frames) : count_(frames), buffers_(new Buffer[frames]) {
+FramePool::FramePool(size_t frames) : count_(frames), buffers_(new Buffer[frames]), available_(frames) {
   free_.reserve(frames);
   for (size_t i = frames; i-- > 0;) free_.push_back(&buffers_[i].skp);
 }
@@ -24,6 +24,7 @@ skpack* FramePool::take() {
     if (free_.empty()) return nullptr;
     skp = free_.back();
     free_.pop_back();
+    available_.store(free_.size(), std::memory_order_relaxed);
   }
   *skp = {};
   skp->users = 1;
@@ -41,11 +42,7 @@ void FramePool::release(skpack* skp) {
   if (std::atomic_ref(skp->users).fetch_sub(1, std::memory_order_acq_rel) != 1) return;
   const std::lock_guard guard(lock_);
   free_.push_back(skp);
-}
-
-size_t FramePool::available() const {
-  const std::lock_guard guard(lock_);
-  return free_.size();
+  available_.store(free_.size(), std::memory_order_relaxed);
 }
 
 FramePool& frame_pool() {

@@ -1,6 +1,7 @@
 /// Frame buffers for the CPU, made once: taking and giving one back never allocates. Any thread may do either.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -19,7 +20,7 @@ class FramePool {
   skpack* take();
   /// Gives up one use; the last one returns the buffer. Buffers of others are left alone.
   void release(skpack* skp);
-  size_t available() const;
+  size_t available() const { return available_.load(std::memory_order_relaxed); }
 
  private:
   struct Buffer {
@@ -30,7 +31,8 @@ class FramePool {
 
   const size_t count_;
   std::unique_ptr<Buffer[]> buffers_;
-  mutable std::mutex lock_;
+  std::mutex lock_;
+  std::atomic<size_t> available_;
   std::vector<skpack*> free_;  // last in, first out: the warmest buffer is used next
 };
 

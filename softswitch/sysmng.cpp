@@ -38,22 +38,7 @@ int sysmng_vlan_get(int kind, sysmng_vlan_list* out) {
   return 0;
 }
 
-int sysmng_vlan_info_get(uint32_t vlan, sysmng_vlan_info* out) {
-  VlanInterface interface;
-  if (!vlan_interfaces().find(vlan, interface)) return 0;
-  *out = {};
-  out->vlan = vlan;
-  out->ip = interface.ip;
-  out->mask = interface.mask;
-  out->gateway = interface.gateway;
-  uint8_t ip6[16];
-  unsigned length = 0;
-  if (!parse_prefix(interface.ip6, ip6, length)) return 1;
-  out->prefix6 = static_cast<uint8_t>(length);
-  interface.ip6.copy(out->ip6, interface.ip6.find('/'));
-  interface.gateway6.copy(out->gateway6, sizeof out->gateway6 - 1);
-  return 1;
-}
+int sysmng_vlan_info_get(uint32_t vlan, sysmng_vlan_info* out) { return vlan_interfaces().find(vlan, *out) ? 1 : 0; }
 
 int sysmng_vlan_is_mng_vlan(uint32_t vlan) { return vlan_interfaces().exists(vlan) ? 1 : 0; }
 

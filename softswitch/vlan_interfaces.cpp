@@ -53,6 +53,22 @@ int claim_namespace() {
   return -1;
 }
 
+sysmng_vlan_info as_told(const VlanInterface& interface, const std::string& leased_ip6) {
+  sysmng_vlan_info told{};
+  told.vlan = interface.vlan;
+  told.ip = interface.ip;
+  told.mask = interface.mask;
+  told.gateway = interface.gateway;
+  const std::string& ip6 = interface.ip6.empty() ? leased_ip6 : interface.ip6;
+  uint8_t address[16];
+  unsigned length = 0;
+  if (!parse_prefix(ip6, address, length)) return told;
+  told.prefix6 = static_cast<uint8_t>(length);
+  ip6.copy(told.ip6, ip6.find('/'));
+  interface.gateway6.copy(told.gateway6, sizeof told.gateway6 - 1);
+  return told;
+}
+
 }  // namespace
 
 std::string host_interface(uint16_t vlan) { return host + ("." + std::to_string(vlan)); }
@@ -89,11 +105,13 @@ void VlanInterfaces::clear() {
   claim_ = -1;
 }
 
-/// Changes one entry and the index over all of them.
+/// Changes one entry, and what is derived from them.
 template <class Change>
 void VlanInterfaces::store(uint16_t vlan, Change change) {
   const std::lock_guard guard(lock_);
-  change(entries_[vlan]);
+  Entry& changed = entries_[vlan];
+  change(changed);
+  changed.told = as_told(changed.shown, changed.leased_ip6);
   by_ip_.clear();
   for (const auto& [id, entry] : entries_)
     if (entry.shown.ip != 0) by_ip_[entry.shown.ip] = id;
@@ -236,12 +254,11 @@ std::vector<VlanInterface> VlanInterfaces::list() const {
   return interfaces;
 }
 
-bool VlanInterfaces::find(uint32_t vlan, VlanInterface& out) const {
+bool VlanInterfaces::find(uint32_t vlan, sysmng_vlan_info& out) const {
   const std::lock_guard guard(lock_);
   const auto at = vlan <= max_vlan ? entries_.find(static_cast<uint16_t>(vlan)) : entries_.end();
   if (at == entries_.end()) return false;
-  out = at->second.shown;
-  if (out.ip6.empty()) out.ip6 = at->second.leased_ip6;
+  out = at->second.told;
   return true;
 }
 

@@ -13,6 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/sysmng.h"
 #include "softswitch/control.h"
 
 namespace dhcp::softswitch {
@@ -39,8 +40,8 @@ class VlanInterfaces {
   Refusal set_leased_ip6(uint16_t vlan, const std::string& addr_slash_len);
 
   std::vector<VlanInterface> list() const;
-  /// The interface with its address in force, configured or leased.
-  bool find(uint32_t vlan, VlanInterface& out) const;
+  /// The interface with its addresses in force, configured or leased, in the form that the module asks for.
+  bool find(uint32_t vlan, sysmng_vlan_info& out) const;
   bool exists(uint32_t vlan) const;
   uint32_t vlan_of(uint32_t ip) const;  // of an own address, 0 = not ours
   uint32_t vlan_of(const uint8_t ip6[16]) const;
@@ -49,6 +50,7 @@ class VlanInterfaces {
   struct Entry {
     VlanInterface shown;
     std::string leased_ip6;
+    sysmng_vlan_info told;  // made with each change: it is asked for with every message
   };
   template <class Change>
   void store(uint16_t vlan, Change change);
