@@ -27,6 +27,7 @@ ip dhcp pool 1
  exit
 """
 BURST = 400  # clients at once: more than the event queue holds, fewer than the servers' bindings
+VENDOR_SAYS = 720  # bytes of options
 STEPS, step = steps_of()
 
 
@@ -59,13 +60,17 @@ def at_once(lab, frames):
 
 
 def discovers(lab):
+    """Every other one is so long that it waits beside the port's ring."""
     clients = [lab.crafted("carl", f"02:00:00:04:{number >> 8:02x}:{number & 255:02x}") for number in range(BURST)]
-    return {client.xid: client.frame(DISCOVER) for client in clients}
+    talk = [(43, bytes(VENDOR_SAYS // 3))] * 3
+    return {client.xid: client.frame(DISCOVER, options=talk if number % 2 else ()) for number, client in enumerate(clients)}
 
 
 def solicits(lab):
     clients = [lab.crafted6("carl", f"02:00:00:06:{number >> 8:02x}:{number & 255:02x}") for number in range(BURST)]
-    return {client.xid: client.frame(SOLICIT, option(1, client.duid) + client.ia()) for client in clients}
+    talk = option(17, bytes(VENDOR_SAYS))
+    return {client.xid: client.frame(SOLICIT, option(1, client.duid) + client.ia() + (talk if number % 2 else b""))
+            for number, client in enumerate(clients)}
 
 
 def offer_of(frame):
