@@ -271,6 +271,12 @@ TEST(HostTable, IsFullAtItsCapacityAndUsableAfterwards) {
   EXPECT_TRUE(table.put(host(bob, 7, vlan))) << "a change takes no room";
   ASSERT_TRUE(table.remove(host(alice, 9, vlan)));
   EXPECT_TRUE(table.put(host(alice, HostTable::capacity, vlan)));
+
+  table.clear();
+  EXPECT_TRUE(table.rows().empty());
+  EXPECT_EQ(table.first(port, 7), nullptr);
+  for (uint32_t n = 0; n < HostTable::capacity; ++n) ASSERT_TRUE(table.put(host(bob, n, vlan))) << n;
+  EXPECT_EQ(table.rows().size(), HostTable::capacity);
 }
 
 TEST(HostTable, UnderRandomUseAgreesWithAPlainMap) {
