@@ -25,6 +25,12 @@ ssize_t send_datagram(int socket, const void* data, size_t size, int flags, cons
   return sendto(socket, data, size, flags, to, to_size);
 }
 
-Os os{wall_clock, sleep_for, ask_kernel, ::socket, ::rename, send_datagram, ::system};
+uint64_t monotonic_us() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<uint64_t>(now.tv_sec) * 1'000'000 + static_cast<uint64_t>(now.tv_nsec) / 1000;
+}
+
+Os os{wall_clock, sleep_for, ask_kernel, ::socket};
 
 }  // namespace dhcp::base

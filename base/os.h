@@ -13,6 +13,9 @@ struct sockaddr;
 
 namespace dhcp::base {
 
+/// Microseconds of a clock that is never set.
+uint64_t monotonic_us();
+
 /// sendto().
 ssize_t send_datagram(int socket, const void* data, size_t size, int flags, const sockaddr* to, unsigned to_size);
 
@@ -25,6 +28,7 @@ struct Os {
   ssize_t (*send_to)(int socket, const void* data, size_t size, int flags, const sockaddr* to,
                      unsigned to_size) = send_datagram;
   int (*run)(const char* command_line) = ::system;
+  uint64_t (*ticks_us)() = monotonic_us;
 };
 
 /// The functions in force; replaced as a whole by tests, before any task runs.

@@ -21,6 +21,7 @@ struct NullDevice {
   static constexpr uint32_t learnt_port = 3;
 
   uint32_t now = 1'000'000'000;
+  uint64_t ticks_us = 0;
   bool macs_known = true;
   uint32_t another_ip = 0;  // counts as the device's own; 0 = none
   uint64_t frames_sent = 0, log_lines = 0;

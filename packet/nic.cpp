@@ -1,4 +1,4 @@
-/// Address and MAC of a network interface, asked anew every time: the operator may change them while the module runs.
+/// Address and MAC of a network interface, asked again and again: the operator may change them while the module runs.
 #include "packet/nic.h"
 
 #include <net/if.h>
@@ -81,13 +81,48 @@ bool query_kept(const char* ifname, uint32_t* wire_ip_out, uint8_t* mac_out) {
   return false;
 }
 
+/// What the kernel last told this thread of an interface.
+struct Known {
+  char ifname[IFNAMSIZ];
+  bool has_ip, has_mac;
+  uint64_t since_us;
+  uint32_t wire_ip;
+  uint8_t mac[6];
+
+  bool serves(const char* name, bool wants_ip, bool wants_mac, uint64_t now_us) const {
+    return now_us - since_us < dhcp::packet::own_nic_serves_us && has_ip >= wants_ip && has_mac >= wants_mac &&
+           strncmp(ifname, name, sizeof ifname) == 0;
+  }
+};
+thread_local Known known{};
+
+void know(const char* ifname, const uint32_t* wire_ip, const uint8_t* mac, uint64_t since_us) {
+  known = {};
+  strncpy(known.ifname, ifname, sizeof known.ifname - 1);
+  known.since_us = since_us;
+  known.has_ip = wire_ip != nullptr;
+  known.has_mac = mac != nullptr;
+  if (wire_ip != nullptr) known.wire_ip = *wire_ip;
+  if (mac != nullptr) std::copy_n(mac, sizeof known.mac, known.mac);
+}
+
 }  // namespace
 
 namespace dhcp::packet {
 
 int own_nic(const char* ifname, uint32_t* wire_ip_out, uint8_t* mac_out) {
-  // The second way is slower, and tells the console why there is no answer.
-  return query_kept(ifname, wire_ip_out, mac_out) ? 0 : get_nic_address(ifname, wire_ip_out, mac_out);
+  const uint64_t now_us = base::os.ticks_us();  // before the question: the answer is no older
+  if (known.serves(ifname, wire_ip_out != nullptr, mac_out != nullptr, now_us)) {
+    if (wire_ip_out != nullptr) *wire_ip_out = known.wire_ip;
+    if (mac_out != nullptr) std::copy_n(known.mac, sizeof known.mac, mac_out);
+    return 0;
+  }
+  if (query_kept(ifname, wire_ip_out, mac_out)) {
+    know(ifname, wire_ip_out, mac_out, now_us);
+    return 0;
+  }
+  // This way is slower, and tells the console why there is no answer.
+  return get_nic_address(ifname, wire_ip_out, mac_out);
 }
 
 std::optional<base::MacAddress> own_mac(const char* ifname) {

@@ -151,6 +151,10 @@ void reset() {
   std::fill_n(arpr_cfg, arp_record_size, uint8_t{0});
   dhcp::base::os = {[] { return current->now.load(); }, sleep_us, query_interface, make_socket};
   dhcp::base::os.send_to = send_raw;
+  dhcp::base::os.ticks_us = [] {
+    static std::atomic<uint64_t> ticks{0};  // goes on from device to device
+    return ticks += current->ticks_a_look_us;
+  };
 }
 
 int Device::logged(const std::string& text, const std::string& name) const {
