@@ -1,5 +1,7 @@
 /// The steps of a service that the host may call by themselves give what the service itself sends.
+#include "dhcp/packet6.h"
 #include "tests/unit/relay6_bench.h"
+#include "tests/unit/relay_bench.h"
 #include "tests/unit/server6_bench.h"
 
 namespace {
@@ -7,6 +9,7 @@ namespace {
 using namespace wire;
 using bench::device;
 using bench::mac_number;
+using bench::with;
 
 /// The one frame that a call leaves behind, when it ends with 0.
 template <class Call>
@@ -143,8 +146,69 @@ TEST_F(HostCallsRelay6, BuildWhatTheRelaySends) {
   const Bytes returned = frame_of([&] { return dhcp6_relay_packet_process(answer.skp()); });
   size = dhcp6_relay_construct_reply(answer.skp(), built.data(), 10, client_mac.data(), ip6("fe80::2").data(), nullptr);
   EXPECT_EQ(Bytes(built.data(), built.data() + std::max(size, 0)), returned);
+
+  EXPECT_EQ(frame_of([&] { return dhcp6_relay_send_reqeust_packet(asked.skp(), client_port, 10); }), forwarded);
+  EXPECT_EQ(frame_of([&] {
+              return dhcp6_relay_send_ack_packet(answer.skp(), server_port, 10, client_mac.data(),
+                                                 ip6("fe80::2").data(), nullptr);
+            }),
+            returned);
+  size = 0;
+  const uint8_t* identifier = dhcp6_get_option(asked.skp(), 1, &size);
+  ASSERT_NE(identifier, nullptr);
+  EXPECT_EQ(Bytes(identifier, identifier + size), (Bytes{1, 2, 3}));
+  EXPECT_EQ(dhcp6_get_option(asked.skp(), 2, &size), nullptr);
+  const uint8_t* message_option = dhcp6_get_relay_option(answer.skp(), 9, &size);
+  ASSERT_NE(message_option, nullptr);
+  EXPECT_EQ(Bytes(message_option, message_option + size), (Bytes{7, 0x12, 0x34, 0x56, 0, 1, 0, 1, 0xcc}));
+
   Received cut(Bytes(60, 0));
   EXPECT_EQ(dhcp6_relay_construct_request(cut.skp(), built.data(), node), -1);
+  EXPECT_EQ(dhcp6_relay_send_reqeust_packet(cut.skp(), client_port, 10), -1);
+  EXPECT_EQ(dhcp6_relay_send_ack_packet(cut.skp(), server_port, 10, client_mac.data(), ip6("fe80::2").data(), nullptr),
+            -1);
+}
+
+class HostCallsRelay4 : public bench::RelayBench {};
+
+TEST_F(HostCallsRelay4, BuildAndSendARequestAsTheRelayDoes) {
+  start_routing();
+  const Bytes request = discover().frame();
+  const auto asked = [&](auto call) {
+    Received frame(request, port);
+    return frame_of([&] { return call(frame.skp()); });
+  };
+  const Bytes forwarded = asked(dhcpr_packet_process);
+  EXPECT_EQ(asked([](skpack* skp) { return DHCPR_send_reqeust_packet(skp, port, 10); }), forwarded);
+
+  const DhcpServerNode* node = get_dhcp_server_by_ipaddr(server_ip);
+  ASSERT_NE(node, nullptr);
+  EXPECT_EQ(get_dhcp_server_by_vlan(20), node);
+  EXPECT_EQ(get_dhcp_server_by_vlan(10), nullptr);
+  Bytes built(DHCPR_BUFFER_SIZE, 0xa5);
+  auto size = static_cast<uint32_t>(request.size());
+  ASSERT_EQ(DHCPR_handler(request.data(), built.data(), &size, port, 10, 1, node), 0);
+  EXPECT_EQ(Bytes(built.data(), built.data() + size), forwarded);
+  EXPECT_EQ(frame_of([&] { return DHCPR_send(0, built.data(), size, port, node->vlan, 1); }), forwarded);
+
+  size = static_cast<uint32_t>(request.size());
+  ASSERT_EQ(DHCPR_handler(request.data(), built.data(), &size, port, 10, 0, node), 0) << "not routed: only the VLAN's";
+  EXPECT_EQ(Bytes(built.data(), built.data() + 14), Bytes(request.data(), request.data() + 14));
+  EXPECT_EQ(Bytes(built.data() + 14, built.data() + 16), (Bytes{0, 20}));
+  size = 60;
+  EXPECT_EQ(DHCPR_handler(request.data(), built.data(), &size, port, 10, 1, node), -1);
+}
+
+TEST_F(HostCallsRelay4, ReturnAReplyAsTheRelayDoes) {
+  start_routing();
+  ASSERT_EQ(receive(discover()), 0);
+  device().take_sent();
+  const auto reply = from_server(OFFER);
+  Received answer(reply.frame(), uplink), in_the_clients_vlan(with(reply.frame(), 14, {0, 10}), uplink);
+  const Bytes returned = frame_of([&] { return dhcpr_packet_process(answer.skp()); });
+  EXPECT_EQ(
+      frame_of([&] { return DHCPR_send_ack_packet(in_the_clients_vlan.skp(), client.data(), uplink, 20, 10, 0); }),
+      returned);
 }
 
 }  // namespace
