@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <optional>
 
 #include "base/ip6.h"
@@ -10,10 +11,21 @@
 
 namespace dhcp::base {
 
-/// An address that the device gave as text; nothing when there is none.
+/// An address that the device gave as text; nothing when there is none. The same one comes with every message, and is
+/// taken apart once.
 inline std::optional<Ip6> parse_ip6(const char* text) {
+  struct Parsed {
+    char text[64];
+    Ip6 ip;
+  };
+  static thread_local Parsed last{};
+  if (text[0] == '\0') return std::nullopt;
+  if (strncmp(text, last.text, sizeof last.text) == 0) return last.ip;
   Ip6 ip;
-  if (text[0] == '\0' || strtoip6(text, ip.bytes.data()) != 0) return std::nullopt;
+  if (strtoip6(text, ip.bytes.data()) != 0) return std::nullopt;
+  last.ip = ip;
+  strncpy(last.text, text, sizeof last.text);
+  if (last.text[sizeof last.text - 1] != '\0') last.text[0] = '\0';  // too long to be told from another
   return ip;
 }
 

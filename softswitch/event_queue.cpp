@@ -6,10 +6,7 @@
 
 namespace dhcp::softswitch {
 
-EventQueue::EventQueue(uint32_t capacity, uint32_t payload_type) : capacity_(capacity), payload_type_(payload_type) {
-  incoming_.reserve(capacity);
-  batch_.reserve(capacity);
-}
+EventQueue::EventQueue(uint32_t capacity, uint32_t payload_type) : records_(capacity), payload_type_(payload_type) {}
 
 EventQueue::~EventQueue() {
   DhcpEvent event;
@@ -25,26 +22,20 @@ void EventQueue::discard(const DhcpEvent& event) const {
 }
 
 bool EventQueue::post(const DhcpEvent& event) {
-  const std::lock_guard guard(lock_);
   if (full()) return false;
-  incoming_.push_back(event);
-  posted_.fetch_add(1, std::memory_order_relaxed);
-  const uint32_t depth = depth_.fetch_add(1) + 1;
-  if (depth > highest_.load(std::memory_order_relaxed)) highest_.store(depth, std::memory_order_relaxed);
+  const uint64_t posted = posted_.load(std::memory_order_relaxed);
+  records_[posted % records_.size()] = event;
+  posted_.store(posted + 1);
+  const auto waiting = static_cast<uint32_t>(depth());
+  if (waiting > highest_.load(std::memory_order_relaxed)) highest_.store(waiting, std::memory_order_relaxed);
   return true;
 }
 
 bool EventQueue::take(DhcpEvent& out) {
-  if (next_ == batch_.size()) {
-    if (depth_.load() == 0) return false;
-    batch_.clear();
-    next_ = 0;
-    const std::lock_guard guard(lock_);
-    batch_.swap(incoming_);
-    if (batch_.empty()) return false;
-  }
-  out = batch_[next_++];
-  depth_.fetch_sub(1, std::memory_order_relaxed);
+  const uint64_t taken = taken_.load(std::memory_order_relaxed);
+  if (posted_.load() == taken) return false;
+  out = records_[taken % records_.size()];
+  taken_.store(taken + 1, std::memory_order_release);
   return true;
 }
 
@@ -52,9 +43,9 @@ QueueCounters EventQueue::counters() const {
   QueueCounters counters;
   counters.posted = posted_.load();
   counters.dropped_full = dropped_full_.load();
-  counters.depth = depth_.load();
+  counters.depth = static_cast<uint32_t>(depth());
   counters.highest = highest_.load();
-  counters.capacity = capacity_;
+  counters.capacity = static_cast<uint32_t>(records_.size());
   return counters;
 }
 

@@ -1,12 +1,11 @@
 /// The event queue: a bounded ring of records with one consumer, the module's dispatch task.
 ///
-/// Producers add under the queue's own lock; the consumer takes everything that is there at once and then works
-/// through it without a lock. A full queue is not an error: whoever posts frames leaves them in the kernel's buffer
+/// Who posts holds the fabric's lock, so there is one producer at a time; neither it nor the consumer waits for the
+/// other. A full queue is not an error: whoever posts frames leaves them in the kernel's buffer
 /// as long as the consumer is at work, see fabric.h.
 #pragma once
 
 #include <atomic>
-#include <mutex>
 #include <vector>
 
 #include "platform/queue.h"
@@ -24,7 +23,7 @@ class EventQueue {
   EventQueue(const EventQueue&) = delete;
   EventQueue& operator=(const EventQueue&) = delete;
 
-  bool full() const { return depth_.load(std::memory_order_relaxed) >= capacity_; }
+  bool full() const { return depth() >= records_.size(); }
   /// False when full; the record's block stays the caller's then.
   bool post(const DhcpEvent& event);
   void count_dropped() { dropped_full_.fetch_add(1, std::memory_order_relaxed); }
@@ -38,14 +37,16 @@ class EventQueue {
  private:
   void discard(const DhcpEvent& event) const;
 
-  const uint32_t capacity_, payload_type_;
-  std::mutex lock_;
-  std::vector<DhcpEvent> incoming_;  // guarded by lock_
-  std::vector<DhcpEvent> batch_;     // the consumer's own
-  size_t next_ = 0;
-  std::atomic<uint32_t> depth_{0};  // in one order with the fabric's count of waiting consumers
+  uint64_t depth() const {
+    const uint64_t taken = taken_.load(std::memory_order_acquire);  // first: it never overtakes the other
+    return posted_.load() - taken;
+  }
+
+  std::vector<DhcpEvent> records_;
+  const uint32_t payload_type_;
+  std::atomic<uint64_t> posted_{0};  // in one order with the fabric's count of waiting consumers
+  std::atomic<uint64_t> taken_{0}, dropped_full_{0};
   std::atomic<uint32_t> highest_{0};
-  std::atomic<uint64_t> posted_{0}, dropped_full_{0};
 };
 
 }  // namespace dhcp::softswitch

@@ -283,9 +283,8 @@ void Fabric::forward(const SwitchedFrame& frame, uint32_t ingress) {
   const Bridge& bridge = state_.bridge;
   const uint16_t vlan = frame.vlan();
   const Decision decision = bridge.decide(vlan, frame.macs, ingress);
-  for (uint32_t port = 1; port <= port_count_; ++port)
-    if ((decision.ports & port_bit(port)) != 0 && ports_[port].device)
-      send(port, frame, bridge.vlans.leaves_tagged(port, vlan));
+  for_each_port(decision.ports & open_ports_,
+                [&](uint32_t port) { send(port, frame, bridge.vlans.leaves_tagged(port, vlan)); });
   if (!decision.cpu) return;
   const auto cpu = cpu_.find(vlan);
   if (cpu != cpu_.end()) deliver(*cpu->second, frame);
@@ -309,9 +308,9 @@ int Fabric::transmit(const skpack& skp, intf_order_list* listed, uint32_t vlan, 
       wanted |= port_bit(node->ifindex);
   if (mode == 0) wanted &= ~port_bit(skp.in_intf);
   if (vlan != vlan_untagged) wanted &= vlans.members(mode == 0 ? vlan : frame.vlan());
-  for (uint32_t port = 1; port <= port_count_; ++port)
-    if ((wanted & port_bit(port)) != 0 && ports_[port].device)
-      send(port, frame, vlan != vlan_untagged && vlans.leaves_tagged(port, frame.vlan()));
+  for_each_port(wanted & open_ports_, [&](uint32_t port) {
+    send(port, frame, vlan != vlan_untagged && vlans.leaves_tagged(port, frame.vlan()));
+  });
   if (!collect) flush();
   return 0;
 }

@@ -158,6 +158,7 @@ class Fabric {
     uint16_t cpu_vlan;
   };
   std::vector<Active> active_;  // every open device, in the order it is looked at
+  PortSet open_ports_ = 0;      // those of them that are ports
   std::vector<PacketDevice*> dirty_;
   EventQueue* queue_ = nullptr;
   Capture* capture_ = nullptr;

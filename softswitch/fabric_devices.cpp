@@ -24,8 +24,12 @@ void Fabric::listen(const PacketDevice& device, uint64_t key) {
 
 void Fabric::rebuild_active() {
   active_.clear();
-  for (uint32_t port = 1; port <= port_count_; ++port)
-    if (ports_[port].device) active_.push_back({ports_[port].device.get(), port, 0});
+  open_ports_ = 0;
+  for (uint32_t port = 1; port <= port_count_; ++port) {
+    if (!ports_[port].device) continue;
+    active_.push_back({ports_[port].device.get(), port, 0});
+    open_ports_ |= port_bit(port);
+  }
   for (const auto& [vlan, device] : cpu_) active_.push_back({device.get(), 0, vlan});
 }
 

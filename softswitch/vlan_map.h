@@ -3,6 +3,7 @@
 /// Guarded by the fabric's lock.
 #pragma once
 
+#include <bit>
 #include <bitset>
 #include <cstdint>
 #include <optional>
@@ -17,6 +18,11 @@ namespace dhcp::softswitch {
 using PortSet = uint64_t;  // bit n = port n
 inline constexpr uint32_t most_ports = 63;
 inline constexpr PortSet port_bit(uint32_t port) { return port <= most_ports ? PortSet{1} << port : 0; }
+/// In ascending order.
+template <class Visit>
+void for_each_port(PortSet ports, Visit visit) {
+  for (; ports != 0; ports &= ports - 1) visit(static_cast<uint32_t>(std::countr_zero(ports)));
+}
 
 class VlanMap {
  public:
