@@ -13,7 +13,7 @@ namespace dhcp::bench {
 namespace {
 
 constexpr int64_t patience_ns = 100'000'000;
-constexpr size_t stamp_at = frame_ip;  // eight bytes of the sender's clock
+constexpr size_t stamp_at = frame_dhcp + packet::dhcp4::sname.offset;  // eight bytes of the sender's clock
 
 using Frame = std::array<uint8_t, client_frame_size>;
 
@@ -48,9 +48,11 @@ EchoResult echo(PacketPort& port, uint32_t window, double seconds) {
   EchoResult result;
   window = std::clamp<uint32_t>(window, 1, PacketPort::batch);
   std::vector<Frame> frames(window);
-  for (Frame& frame : frames) {
-    std::fill_n(frame.begin(), 6, uint8_t{0xff});
-    packet::store_be16(&frame[12], echo_ethertype);
+  for (uint32_t number = 0; number < window; ++number) {
+    Frame& frame = frames[number];
+    ClientFrames client(client_mac(number));
+    std::ranges::copy(client.discover(number), frame.begin());
+    packet::store_be16(&frame[frame_udp + packet::udp::checksum.offset], 0);  // none: the stamp changes
   }
   const int64_t start = now_ns(), end = start + static_cast<int64_t>(seconds * static_cast<double>(second_ns));
   int64_t now = start, last = start;

@@ -1,4 +1,5 @@
-/// The bare cost of the wire: frames sent back by a reflector, counted by the sender.
+/// The bare cost of the wire: frames sent back by a reflector, counted by the sender. They are clients' DISCOVERs, so
+/// that the kernels at both ends make as much of them as of the exchanges that are held against this.
 #pragma once
 
 #include <csignal>
@@ -9,9 +10,6 @@
 
 namespace dhcp::bench {
 
-/// An ethertype of nobody's (IEEE 802 local experimental), so that no other program joins in.
-inline constexpr uint16_t echo_ethertype = 0x88b5;
-
 /// Sends back what comes in until `stop` is set or `seconds` have gone by.
 void reflect(PacketPort& port, double seconds, const volatile std::sig_atomic_t& stop);
 
@@ -21,7 +19,7 @@ struct EchoResult {
   Latencies latency;
 };
 
-/// Keeps `window` frames of the size of a client's under way for `seconds`.
+/// Keeps `window` frames under way for `seconds`.
 EchoResult echo(PacketPort& port, uint32_t window, double seconds);
 
 }  // namespace dhcp::bench

@@ -81,7 +81,6 @@ bool read_options(int argc, char** argv, Options& out) {
 }
 
 uint16_t ethertype(const Options& options) {
-  if (options.mode != "load") return dhcp::bench::echo_ethertype;
   return options.ipv6 ? dhcp::bench::Dhcp6::ethertype : dhcp::bench::Dhcp4::ethertype;
 }
 

@@ -9,7 +9,7 @@ def of_parts(measured):
     texts = {part: SHAPES[part](rows) for part, rows in measured.items() if part in SHAPES}
     if "servers" in texts:
         echo = measured["echo"]
-        texts["servers"] += (f"\nBare echo of a frame of the same size, 32 under way: {echo['per_second']:,.0f} frames/s, "
+        texts["servers"] += (f"\nBare echo of a DISCOVER, 32 under way: {echo['per_second']:,.0f} frames/s, "
                              f"{echo['cpu_ms_per_1000']:.1f} ms of the reflector's CPU per 1,000.\n")
     rows = ratios(measured)
     if rows:
