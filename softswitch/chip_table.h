@@ -75,6 +75,7 @@ class ChipTable {
 
   void clear() {
     heads_.reset();
+    nodes_.reset();
     free_ = touched_ = 0;
     size_ = 0;
   }

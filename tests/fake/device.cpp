@@ -152,8 +152,8 @@ void reset() {
   dhcp::base::os = {[] { return current->now.load(); }, sleep_us, query_interface, make_socket};
   dhcp::base::os.send_to = send_raw;
   dhcp::base::os.ticks_us = [] {
-    static std::atomic<uint64_t> ticks{0};  // goes on from device to device
-    return ticks += current->ticks_a_look_us;
+    static std::atomic<uint32_t> ticks{0};  // goes on from device to device
+    return uint64_t{ticks += current->ticks_a_look_us};
   };
 }
 

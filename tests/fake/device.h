@@ -57,7 +57,7 @@ class Device {
 
   // What the device answers. Set before the module's threads run.
   std::atomic<uint32_t> now{1'000'000'000};
-  std::atomic<uint64_t> ticks_a_look_us{1'000'000};  // how far the clock that is never set goes when it is read
+  std::atomic<uint32_t> ticks_a_look_us{1'000'000};  // how far the clock that is never set goes when it is read
   int physical_ports = 28;
   std::map<uint32_t, VlanInterface> vlan_interfaces;
   std::set<std::string> interfaces_without_answer;  // ioctl fails for these names

@@ -47,7 +47,7 @@ TEST_F(OwnNic, OneAnswerServesABurstAndNoLonger) {
 
   device().vlan_interfaces[10] = {first, Mac{2, 0, 0, 0, 0, 0x77}};
   EXPECT_EQ(dhcp::packet::own_mac("eth0.10")->bytes[5], 0x77) << "only the address was known";
-  device().ticks_a_look_us = dhcp::packet::own_nic_serves_us;
+  device().ticks_a_look_us = static_cast<uint32_t>(dhcp::packet::own_nic_serves_us);
   EXPECT_EQ(address_of(10), first);
   device().vlan_interfaces[10].ip = second;
   EXPECT_EQ(address_of(10), second) << "asked again";
