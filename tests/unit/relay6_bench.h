@@ -23,6 +23,7 @@ class Relay6Bench : public DeviceBench {
           .mac = mac_number(vlan), .ip6 = "2001:db8:" + std::to_string(vlan) + "::1", .prefix6 = 64};
       device().mac_table[{client_mac, vlan}] = client_port;
     }
+    exit_dhcp6_relay_cfg();  // whatever the tests of the whole module have left
     dhcp6_relay_clear_counters();
     init_dhcp6_relay_cfg();
   }
