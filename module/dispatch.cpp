@@ -1,7 +1,6 @@
 /// The dispatcher: what a frame passes, stage by stage, and what becomes of the other events.
 #include <array>
 #include <cstdio>
-#include <optional>
 
 #include "base/log.h"
 #include "base/mac.h"
@@ -96,19 +95,28 @@ void walk(std::span<const Stage> stages, skpack* skp) {
   if (!asked) dispatch_counts.count(skp->in_intf, DHCP_DISPATCH_NO_SERVICE, 0);
 }
 
+void hand_on(std::span<const Stage> stages, skpack* skp, bool usable) {
+  if (usable) {
+    walk(stages, skp);
+  } else {
+    dispatch_counts.count(skp->in_intf, DHCP_DISPATCH_UNUSABLE, 0);
+  }
+}
+
+/// Apart from the usual way: whoever has room for a watch on its stack clears that room with every frame.
+[[gnu::noinline]] void hand_on_watched(base::FrameSink sink, std::span<const Stage> stages, skpack* skp, bool usable) {
+  const Watch watch(sink, *skp);
+  hand_on(stages, skp, usable);
+}
+
 /// A frame is released here and nowhere else.
 void frame_received(std::span<const Stage> stages, skpack* skp) {
   if (skp == nullptr) return;
   const bool usable = __adp_receive_frame(skp, 1) >= 0;
-  const base::FrameSink sink = base::frame_sink.load(std::memory_order_relaxed);
-  {
-    std::optional<Watch> watch;
-    if (sink != nullptr) watch.emplace(sink, *skp);
-    if (usable) {
-      walk(stages, skp);
-    } else {
-      dispatch_counts.count(skp->in_intf, DHCP_DISPATCH_UNUSABLE, 0);
-    }
+  if (const base::FrameSink sink = base::frame_sink.load(std::memory_order_relaxed)) {
+    hand_on_watched(sink, stages, skp, usable);
+  } else {
+    hand_on(stages, skp, usable);
   }
   skpack_release(skp);
 }

@@ -23,9 +23,9 @@ void EventQueue::discard(const DhcpEvent& event) const {
 
 bool EventQueue::post(const DhcpEvent& event) {
   if (full()) return false;
-  const uint64_t posted = posted_.load(std::memory_order_relaxed);
-  records_[posted % records_.size()] = event;
-  posted_.store(posted + 1);
+  records_[in_] = event;
+  in_ = behind(in_);
+  posted_.store(posted_.load(std::memory_order_relaxed) + 1, std::memory_order_release);
   const auto waiting = static_cast<uint32_t>(depth());
   if (waiting > highest_.load(std::memory_order_relaxed)) highest_.store(waiting, std::memory_order_relaxed);
   return true;
@@ -33,15 +33,16 @@ bool EventQueue::post(const DhcpEvent& event) {
 
 bool EventQueue::take(DhcpEvent& out) {
   const uint64_t taken = taken_.load(std::memory_order_relaxed);
-  if (posted_.load() == taken) return false;
-  out = records_[taken % records_.size()];
+  if (posted_.load(std::memory_order_acquire) == taken) return false;
+  out = records_[out_];
+  out_ = behind(out_);
   taken_.store(taken + 1, std::memory_order_release);
   return true;
 }
 
 QueueCounters EventQueue::counters() const {
   QueueCounters counters;
-  counters.posted = posted_.load();
+  counters.posted = posted_.load(std::memory_order_relaxed);
   counters.dropped_full = dropped_full_.load();
   counters.depth = static_cast<uint32_t>(depth());
   counters.highest = highest_.load();

@@ -39,13 +39,14 @@ class EventQueue {
 
   uint64_t depth() const {
     const uint64_t taken = taken_.load(std::memory_order_acquire);  // first: it never overtakes the other
-    return posted_.load() - taken;
+    return posted_.load(std::memory_order_acquire) - taken;
   }
+  size_t behind(size_t at) const { return at + 1 == records_.size() ? 0 : at + 1; }
 
   std::vector<DhcpEvent> records_;
   const uint32_t payload_type_;
-  std::atomic<uint64_t> posted_{0};  // in one order with the fabric's count of waiting consumers
-  std::atomic<uint64_t> taken_{0}, dropped_full_{0};
+  size_t in_ = 0, out_ = 0;  // the producer's place, and the consumer's
+  std::atomic<uint64_t> posted_{0}, taken_{0}, dropped_full_{0};
   std::atomic<uint32_t> highest_{0};
 };
 

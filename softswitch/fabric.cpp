@@ -119,6 +119,7 @@ SOFTSWITCH_LEFT_BY_CANCEL int Fabric::serve(EventQueue& queue, DhcpEvent& out, b
     if (worked) continue;
     if (!wait_for_one) return 0;
     const Waiting waiting(waiting_);
+    std::atomic_thread_fence(std::memory_order_seq_cst);
     if (queue.take(out)) return 1;  // posted before anybody could know that somebody waits
     if (!closed) wait(-1);
   }
@@ -133,7 +134,8 @@ bool Fabric::consumer_seen() {
 
 void Fabric::turn(bool hold) {
   pump(hold);
-  if (waiting_.load() != 0) wake();  // the consumer is back, and what was posted woke nobody
+  std::atomic_thread_fence(std::memory_order_seq_cst);  // the one in serve() is its other half
+  if (waiting_.load() != 0) wake();                     // the consumer is back, and what was posted woke nobody
 }
 
 SOFTSWITCH_LEFT_BY_CANCEL void Fabric::wait(int timeout_ms) {
@@ -157,7 +159,7 @@ void Fabric::wake() {
 
 // ---- from the ports
 
-bool Fabric::no_room() const { return queue_->full() || frame_pool().available() == 0; }
+bool Fabric::no_room() const { return queue_->full() || frame_pool().exhausted(); }
 
 Fabric::Arrival Fabric::inspect(uint32_t port, const RingFrame& in) const {
   Arrival arrival;

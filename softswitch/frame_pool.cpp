@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <functional>
+#include <utility>
 
 #include "softswitch/frame_map.h"
 
@@ -12,24 +13,25 @@ constexpr size_t pool_frames = 512;  // the event queue twice over
 
 }  // namespace
 
-FramePool::FramePool(size_t frames) : count_(frames), buffers_(new Buffer[frames]), available_(frames) {
-  free_.reserve(frames);
-  for (size_t i = frames; i-- > 0;) free_.push_back(&buffers_[i].skp);
+FramePool::FramePool(size_t frames) : count_(frames), buffers_(new Buffer[frames]) {}
+
+bool FramePool::exhausted() const {
+  return free_ == nullptr && touched_ == count_ && given_back_.load(std::memory_order_relaxed) == nullptr;
+}
+
+FramePool::Buffer* FramePool::unused() {
+  if (free_ == nullptr) free_ = given_back_.exchange(nullptr, std::memory_order_acquire);
+  if (free_ != nullptr) return std::exchange(free_, free_->next);
+  return touched_ < count_ ? &buffers_[touched_++] : nullptr;
 }
 
 skpack* FramePool::take() {
-  skpack* skp = nullptr;
-  {
-    const std::lock_guard guard(lock_);
-    if (free_.empty()) return nullptr;
-    skp = free_.back();
-    free_.pop_back();
-    available_.store(free_.size(), std::memory_order_relaxed);
-  }
-  *skp = {};
-  skp->users = 1;
-  skp->head = skp->data = reinterpret_cast<Buffer*>(skp)->room;
-  return skp;
+  Buffer* const buffer = unused();
+  if (buffer == nullptr) return nullptr;
+  buffer->skp = {};
+  buffer->skp.users = 1;
+  buffer->skp.head = buffer->skp.data = buffer->room;
+  return &buffer->skp;
 }
 
 bool FramePool::owns(const skpack* skp) const {
@@ -40,9 +42,10 @@ bool FramePool::owns(const skpack* skp) const {
 void FramePool::release(skpack* skp) {
   if (!owns(skp)) return;
   if (std::atomic_ref(skp->users).fetch_sub(1, std::memory_order_acq_rel) != 1) return;
-  const std::lock_guard guard(lock_);
-  free_.push_back(skp);
-  available_.store(free_.size(), std::memory_order_relaxed);
+  auto* const buffer = reinterpret_cast<Buffer*>(skp);
+  buffer->next = given_back_.load(std::memory_order_relaxed);
+  while (!given_back_.compare_exchange_weak(buffer->next, buffer, std::memory_order_release)) {
+  }
 }
 
 FramePool& frame_pool() {

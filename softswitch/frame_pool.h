@@ -1,11 +1,11 @@
-/// Frame buffers for the CPU, made once: taking and giving one back never allocates. Any thread may do either.
+/// Frame buffers for the CPU, made once: taking and giving one back never allocates, and never waits.
+///
+/// One thread at a time takes (whoever holds the fabric's lock); any thread gives back.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
-#include <vector>
 
 #include "platform/adp.h"
 
@@ -20,20 +20,23 @@ class FramePool {
   skpack* take();
   /// Gives up one use; the last one returns the buffer. Buffers of others are left alone.
   void release(skpack* skp);
-  size_t available() const { return available_.load(std::memory_order_relaxed); }
+  /// All buffers are out; for whoever takes.
+  bool exhausted() const;
 
  private:
   struct Buffer {
     skpack skp;
+    Buffer* next;
     uint8_t room[frame_room];
   };
   bool owns(const skpack* skp) const;
+  Buffer* unused();
 
   const size_t count_;
   std::unique_ptr<Buffer[]> buffers_;
-  std::mutex lock_;
-  std::atomic<size_t> available_;
-  std::vector<skpack*> free_;  // last in, first out: the warmest buffer is used next
+  size_t touched_ = 0;                        // buffers behind these have never been out, and take no memory yet
+  Buffer* free_ = nullptr;                    // the taker's own
+  std::atomic<Buffer*> given_back_{nullptr};  // last in, first out; taken over as a whole
 };
 
 FramePool& frame_pool();

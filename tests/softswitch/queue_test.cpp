@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <thread>
+#include <vector>
 
 #include "platform/adp.h"
 #include "softswitch/event_queue.h"
@@ -56,8 +57,17 @@ TEST(EventQueue, OneProducerAndOneConsumerLoseNothing) {
   producer.join();
 }
 
+/// How many buffers can be had; all are given back.
+size_t available(FramePool& pool) {
+  std::vector<skpack*> all;
+  while (skpack* const skp = pool.take()) all.push_back(skp);
+  EXPECT_TRUE(pool.exhausted());
+  for (skpack* const skp : all) pool.release(skp);
+  return all.size();
+}
+
 TEST(EventQueue, ReleasesWhatNobodyTook) {
-  const size_t before = frame_pool().available();
+  const size_t before = available(frame_pool());
   {
     EventQueue queue(8, event_port_change);
     DhcpEvent frame = numbered(1);
@@ -68,7 +78,7 @@ TEST(EventQueue, ReleasesWhatNobodyTook) {
     ASSERT_TRUE(queue.post(frame));
     ASSERT_TRUE(queue.post(notice));
   }
-  EXPECT_EQ(frame_pool().available(), before);
+  EXPECT_EQ(available(frame_pool()), before);
 }
 
 TEST(FramePool, BuffersComeBackOnceAndStrangersAreLeftAlone) {
@@ -81,14 +91,44 @@ TEST(FramePool, BuffersComeBackOnceAndStrangersAreLeftAlone) {
   one->data[frame_room - 1] = 1;
   one->users = 2;
   pool.release(one);
-  EXPECT_EQ(pool.available(), 0u) << "somebody still uses it";
+  EXPECT_TRUE(pool.exhausted()) << "somebody still uses it";
   pool.release(one);
-  EXPECT_EQ(pool.available(), 1u);
+  EXPECT_EQ(available(pool), 1u);
   skpack stranger{};
   stranger.users = 1;
   pool.release(&stranger);
-  EXPECT_EQ(pool.available(), 1u);
+  EXPECT_EQ(available(pool), 1u);
+  pool.release(one);  // once too often
   pool.release(two);
+  EXPECT_EQ(available(pool), 2u);
+}
+
+TEST(FramePool, GivenBackByOneThreadAndTakenByAnotherNoneIsLostOrOutTwice) {
+  constexpr int rounds = 100000;
+  FramePool pool(7);
+  EventQueue queue(8, event_port_change);
+  std::thread giver([&] {
+    for (int n = 0; n < rounds;) {
+      DhcpEvent event{};
+      if (!queue.take(event)) continue;
+      auto* const skp = static_cast<skpack*>(event.data);
+      EXPECT_EQ(skp->in_intf, static_cast<uint32_t>(n)) << "somebody else has it, too";
+      pool.release(skp);
+      ++n;
+    }
+  });
+  for (int n = 0; n < rounds;) {
+    skpack* const skp = pool.take();
+    if (skp == nullptr) continue;
+    skp->in_intf = static_cast<uint32_t>(n++);
+    DhcpEvent event{};
+    event.type = event_ipv4;
+    event.data = skp;
+    while (!queue.post(event)) {
+    }
+  }
+  giver.join();
+  EXPECT_EQ(available(pool), 7u);
 }
 
 /// A thread that receives one record and keeps it, or is cancelled while it waits.
