@@ -48,7 +48,7 @@ struct PacketDevice::Batch {
   std::array<mmsghdr, batch_frames> message{};
   std::array<iovec, batch_frames> part{};
   size_t used = 0;
-  std::array<uint8_t, size_t{16} * longest_frame> room;  // the frames, one behind the other
+  std::array<uint8_t, size_t{batch_frames} * longest_frame> room;  // the frames, one behind the other
 };
 
 PacketDevice::PacketDevice(int fd, int sender, int index) : fd_(fd), sender_(sender), index_(index), batch_(new Batch) {
@@ -160,7 +160,7 @@ bool PacketDevice::queue(std::span<const uint8_t> head, std::span<const uint8_t>
     ++counters_.tx_failed;
     return false;
   }
-  if (queued_ == batch_frames || batch_->used + size > batch_->room.size()) flush();
+  if (queued_ == batch_frames) flush();
   uint8_t* const room = &batch_->room[batch_->used];
   std::memcpy(room, head.data(), head.size());
   if (!rest.empty()) std::memcpy(room + head.size(), rest.data(), rest.size());
