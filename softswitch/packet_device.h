@@ -41,7 +41,7 @@ struct RingFrame {
 
 class PacketDevice {
  public:
-  static constexpr unsigned batch_frames = 16;  // few enough that the other end begins while more come
+  static constexpr unsigned batch_frames = 16;     // few enough that the other end begins while more come
   static constexpr uint32_t longest_frame = 2048;  // of those that are not large
 
   /// Opens the interface and brings it up. At least so many frames wait for the switch. Null and `error` on failure.
