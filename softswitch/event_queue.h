@@ -45,7 +45,7 @@ class EventQueue {
 
   std::vector<DhcpEvent> records_;
   const uint32_t payload_type_;
-  size_t in_ = 0, out_ = 0;  // the producer's place, and the consumer's
+  size_t in_ = 0, out_ = 0;  // the producer's place, and the consumer's: a division less with every record
   std::atomic<uint64_t> posted_{0}, taken_{0}, dropped_full_{0};
   std::atomic<uint32_t> highest_{0};
 };
